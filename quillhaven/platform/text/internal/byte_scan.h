@@ -1,0 +1,98 @@
+// Looks at sixteen bytes at a time: the loops under every scan of the library.
+#ifndef QUILLHAVEN_PLATFORM_TEXT_INTERNAL_BYTE_SCAN_H_
+#define QUILLHAVEN_PLATFORM_TEXT_INTERNAL_BYTE_SCAN_H_
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace quillhaven::platform::internal {
+
+// The compiler's vector extension: comparing gives lanes of all ones or zeros,
+// on x86-64 with SSE2 and on arm64 with NEON alike.
+using ByteVector = unsigned char __attribute__((vector_size(16)));
+using LaneMask = signed char __attribute__((vector_size(16)));
+
+inline constexpr std::size_t kVectorSize = 16;
+
+inline ByteVector loadBytes(const char* bytes) {
+  ByteVector vector;
+  std::memcpy(&vector, bytes, sizeof vector);
+  return vector;
+}
+
+inline LaneMask equals(ByteVector bytes, unsigned char value) {
+  return bytes == value;
+}
+
+// Lanes with first <= byte <= last.
+inline LaneMask isBetween(ByteVector bytes, unsigned char first,
+                          unsigned char last) {
+  return (bytes - first) <= static_cast<unsigned char>(last - first);
+}
+
+// Bit i of the result tells whether lane i is set.
+inline unsigned bitsOf(LaneMask mask) {
+#if defined(__SSE2__)
+  return static_cast<unsigned>(
+      _mm_movemask_epi8(reinterpret_cast<__m128i>(mask)));
+#else
+  std::uint64_t halves[2];
+  std::memcpy(halves, &mask, sizeof halves);
+  const auto gather = [](std::uint64_t half) {
+    return static_cast<unsigned>(
+        ((half & 0x0101010101010101U) * 0x0102040810204080U) >> 56);
+  };
+  return gather(halves[0]) | gather(halves[1]) << 8;
+#endif
+}
+
+// Returns the first position at `from` or later for whose byte `match` (from
+// ByteVector to LaneMask, lane by lane) is set, or text.size().
+template <typename Match>
+std::size_t findByte(std::string_view text, std::size_t from, Match match) {
+  const char* const data = text.data();
+  const std::size_t size = text.size();
+  std::size_t at = from;
+  for (; at + kVectorSize <= size; at += kVectorSize) {
+    const unsigned bits = bitsOf(match(loadBytes(data + at)));
+    if (bits != 0) return at + static_cast<std::size_t>(std::countr_zero(bits));
+  }
+  if (at < size) {
+    char tail[kVectorSize] = {};
+    std::memcpy(tail, data + at, size - at);
+    const unsigned valid = (1U << (size - at)) - 1;
+    const unsigned bits = bitsOf(match(loadBytes(tail))) & valid;
+    if (bits != 0) return at + static_cast<std::size_t>(std::countr_zero(bits));
+  }
+  return size;
+}
+
+// Returns the first position at `from` or later where `first` is followed by
+// `second`, or npos.
+inline std::size_t findPair(std::string_view text, char first, char second,
+                            std::size_t from) {
+  const char* const data = text.data();
+  const std::size_t size = text.size();
+  std::size_t at = from;
+  for (; at + kVectorSize < size; at += kVectorSize) {
+    const unsigned bits = bitsOf(
+        equals(loadBytes(data + at), static_cast<unsigned char>(first)) &
+        equals(loadBytes(data + at + 1), static_cast<unsigned char>(second)));
+    if (bits != 0) return at + static_cast<std::size_t>(std::countr_zero(bits));
+  }
+  for (; at + 1 < size; ++at) {
+    if (data[at] == first && data[at + 1] == second) return at;
+  }
+  return std::string_view::npos;
+}
+
+}  // namespace quillhaven::platform::internal
+
+#endif  // QUILLHAVEN_PLATFORM_TEXT_INTERNAL_BYTE_SCAN_H_

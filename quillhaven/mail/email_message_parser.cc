@@ -1,0 +1,486 @@
+#include "quillhaven/mail/email_message_parser.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <limits>
+#include <utility>
+
+#include "quillhaven/mail/internal/body_decoding.h"
+#include "quillhaven/mail/internal/header_block_reader.h"
+#include "quillhaven/mail/internal/multipart_walk.h"
+#include "quillhaven/mail/internal/parser_log.h"
+#include "quillhaven/platform/base/ascii.h"
+#include "quillhaven/platform/base/file_url.h"
+#include "quillhaven/platform/text/case_mapping.h"
+#include "quillhaven/platform/text/character_set.h"
+#include "quillhaven/platform/text/internal/white_space.h"
+#include "quillhaven/platform/text/scanner.h"
+#include "quillhaven/platform/text/utf16.h"
+#include "quillhaven/platform/text/utf8.h"
+
+namespace quillhaven::mail {
+namespace {
+
+using platform::internal::trimmedBlanks;
+
+constexpr std::string_view kSevenBit = "7bit";
+constexpr std::string_view kPlainTextContentType =
+    "text/plain; charset=us-ascii";
+
+std::string_view trimmedQuotes(std::string_view text) {
+  const std::size_t start = std::min(text.find_first_not_of('"'), text.size());
+  text.remove_prefix(start);
+  return text.substr(0, text.find_last_not_of('"') + 1);
+}
+
+bool isContinuationByte(char c) {
+  return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+// The number that a first line holds, blanks and tabs around it allowed, or
+// nothing if it holds anything else.
+std::optional<std::size_t> numberOfLine(std::string_view line) {
+  const auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
+  while (!line.empty() && isBlank(line.front())) line.remove_prefix(1);
+  while (!line.empty() && isBlank(line.back())) line.remove_suffix(1);
+  if (line.empty()) return std::nullopt;
+  std::size_t number = 0;
+  for (const char c : line) {
+    if (!platform::isASCIIDigit(c)) return std::nullopt;
+    // Large enough to be larger than any text.
+    number = std::min(number * 10 + static_cast<std::size_t>(c - '0'),
+                      std::numeric_limits<std::size_t>::max() / 16);
+  }
+  return number;
+}
+
+// A message's text with the position where its header begins.
+struct MessageText {
+  std::string_view text;
+  std::size_t header;
+};
+
+// Honours a line with the message's length before it: the message is that many
+// bytes, if there are more than those, and else all the rest.
+MessageText withoutLengthLine(std::string_view text) {
+  const std::size_t lineEnd = platform::internal::findNewline(text, 0);
+  const auto length = numberOfLine(text.substr(0, lineEnd));
+  if (!length) return {text, 0};
+  std::size_t start = lineEnd;
+  while (const std::size_t space =
+             platform::internal::spaceLength(text, start)) {
+    start += space;
+  }
+  // The position is counted in UTF-16 units and used as a byte offset. That
+  // only differs after wide blanks, where other components cut the same.
+  const std::size_t offset =
+      platform::lengthInUTF16Units(text.substr(0, start));
+  if (text.size() - offset <= *length) return {text, start};
+  const std::string_view cut = text.substr(offset, *length);
+  const bool isWhole = !isContinuationByte(text[offset]) &&
+                       !isContinuationByte(text[offset + *length]);
+  return {isWhole ? cut : std::string_view(), 0};
+}
+
+std::optional<std::string> contentsOfFile(std::string_view url) {
+  const auto path = platform::pathFromFileURL(url);
+  if (!path) return std::nullopt;
+  std::ifstream file(*path, std::ios::binary | std::ios::ate);
+  if (!file) return std::nullopt;
+  const std::streamoff size = file.tellg();
+  std::string bytes;
+  if (size > 0 && static_cast<std::size_t>(size) <= kMaximumMessageSize) {
+    bytes.resize(static_cast<std::size_t>(size));
+    file.seekg(0);
+    file.read(bytes.data(), size);
+    if (!file) return std::nullopt;
+  }
+  return bytes;
+}
+
+EmailMessageParserAddress addressFromPiece(std::string_view piece) {
+  EmailMessageParserAddress result;
+  result.address = std::string(piece);
+  const std::size_t open = piece.find('<');
+  if (open == std::string_view::npos ||
+      piece.find('>') == std::string_view::npos) {
+    return result;
+  }
+  const std::string_view name = trimmedBlanks(piece.substr(0, open));
+  if (!name.empty()) result.name = std::string(trimmedQuotes(name));
+  const std::string_view rest = piece.substr(open + 1);
+  const std::string_view address = rest.substr(0, rest.find('>'));
+  if (!address.empty()) result.address = std::string(address);
+  return result;
+}
+
+}  // namespace
+
+std::optional<EmailMessageParser>
+EmailMessageParser::parserWithURLContentsOfURL(std::string_view url) {
+  return initWithWithContentsOfURL(url);
+}
+
+std::optional<EmailMessageParser> EmailMessageParser::parserWithData(
+    std::string_view messageBytes) {
+  return initWithData(messageBytes);
+}
+
+std::optional<EmailMessageParser> EmailMessageParser::initWithWithContentsOfURL(
+    std::string_view url) {
+  const std::string messageBytes = contentsOfFile(url).value_or(std::string());
+  return initWithData(messageBytes, std::string(url));
+}
+
+std::optional<EmailMessageParser> EmailMessageParser::initWithData(
+    std::string_view messageBytes) {
+  return initWithData(messageBytes, std::nullopt);
+}
+
+std::optional<EmailMessageParser> EmailMessageParser::initWithData(
+    std::string_view messageBytes, std::optional<std::string> url) {
+  if (messageBytes.size() >= kMaximumMessageSize) return std::nullopt;
+  // ASCII, the other encoding a message may be in, is valid UTF-8.
+  if (!platform::isValidUTF8(messageBytes)) return std::nullopt;
+  return parse(messageBytes, std::move(url), 0);
+}
+
+std::optional<EmailMessageParser> EmailMessageParser::parse(
+    std::string_view text, std::optional<std::string> url, int depth) {
+  if (text.empty()) return std::nullopt;
+  const MessageText message = withoutLengthLine(text);
+  if (message.text.empty()) return std::nullopt;
+
+  std::optional<EmailMessageParser> parser(std::in_place);
+  parser->url_ = std::move(url);
+  const std::size_t headerEnd = internal::HeaderBlockReader::read(
+      message.text, message.header, parser->headerDictionary_);
+  const HeaderTable& headers = parser->headerDictionary_;
+  if (!headers.find("subject") && !headers.find("content-type") &&
+      !headers.find("mime-version")) {
+    internal::logInvalidHeader(parser->url_);
+    return std::nullopt;
+  }
+  const std::size_t body = internal::skipToNextNewline(message.text, headerEnd);
+
+  std::string type;
+  std::string subtype;
+  const ContentTypeParameters parameters =
+      parseContentTypeField(parser->headerContentType(), &type, &subtype);
+  if (type == "text") {
+    parser->readSinglePart(message.text.substr(body), subtype, parameters);
+  } else if (type == "multipart") {
+    parser->readMultipart(message.text, body, subtype, parameters, depth);
+  }
+  parser->settleHTMLBody();
+  return parser;
+}
+
+void EmailMessageParser::readSinglePart(
+    std::string_view body, std::string_view subtype,
+    const ContentTypeParameters& parameters) {
+  if (subtype != "plain" && subtype != "html") {
+    internal::logUnknownSubtype(subtype);
+    return;
+  }
+  platform::StringEncoding charset = platform::kStringEncodingInvalid;
+  if (const auto found = parameters.find("charset");
+      found != parameters.end()) {
+    charset = platform::stringEncodingForIANAName(found->second);
+  }
+  if (charset == platform::kStringEncodingInvalid) {
+    charset = platform::kStringEncodingUTF8;
+  }
+  std::optional<std::string> plainText;
+  std::optional<std::string> html;
+  if (getDecodedTextForBodyPart(body, headerContentTransferEncoding(), charset,
+                                subtype == "html", &plainText, &html)) {
+    takePlainTextBody(std::move(plainText));
+    takeHTMLBody(std::move(html));
+  }
+}
+
+void EmailMessageParser::readMultipart(std::string_view text, std::size_t body,
+                                       std::string_view subtype,
+                                       const ContentTypeParameters& parameters,
+                                       int depth) {
+  if (subtype == "report" || subtype == "encrypted") return;
+  if (subtype != "alternative" && subtype != "mixed" && subtype != "related" &&
+      subtype != "signed") {
+    internal::logUnhandledMultipart(subtype, url_);
+    return;
+  }
+  const auto boundary = parameters.find("boundary");
+  if (boundary == parameters.end()) return;
+  const internal::PartRecords records =
+      internal::collectParts(text, body, boundary->second);
+
+  // The order is fixed: attached messages, then plain text, then HTML.
+  // Deliberate: stored bodies were joined so.
+  for (const internal::PartRecord& record : records.rfc822) {
+    if (depth == kMaximumAttachedMessageDepth) {
+      internal::logAttachedTooDeep(url_);
+      break;
+    }
+    auto attached = parse(record.message, std::nullopt, depth + 1);
+    if (!attached) continue;
+    takePlainTextBody(std::move(attached->plainTextBody_));
+    takeHTMLBody(std::move(attached->htmlBody_));
+  }
+  std::size_t sizeToCome = 0;
+  for (const internal::PartRecord& record : records.plain) {
+    sizeToCome += record.message.size() + 2;
+  }
+  for (const internal::PartRecord& record : records.plain) {
+    sizeToCome -= record.message.size() + 2;
+    std::optional<std::string> plainText;
+    if (getDecodedTextForBodyPart(record.message,
+                                  record.contentTransferEncoding,
+                                  record.charset, false, &plainText, nullptr)) {
+      takePlainTextBody(std::move(plainText));
+    }
+    // Room for all at once: growing step by step would need more in the end.
+    if (plainTextBody_ && sizeToCome != 0) {
+      plainTextBody_->reserve(plainTextBody_->size() + sizeToCome);
+    }
+  }
+  for (const internal::PartRecord& record : records.html) {
+    std::optional<std::string> html;
+    if (getDecodedTextForBodyPart(record.message,
+                                  record.contentTransferEncoding,
+                                  record.charset, true, nullptr, &html)) {
+      takeHTMLBody(std::move(html));
+    }
+  }
+}
+
+bool EmailMessageParser::getDecodedTextForBodyPart(
+    std::string_view bodyText, ContentTransferEncoding encoding,
+    platform::StringEncoding charset, bool isHTML,
+    std::optional<std::string>* plainTextBody,
+    std::optional<std::string>* htmlBody) {
+  if (plainTextBody != nullptr) plainTextBody->reset();
+  if (htmlBody != nullptr) htmlBody->reset();
+  std::optional<internal::DecodedBody> decoded =
+      internal::decodedBody(bodyText, encoding, charset);
+  if (!decoded) return false;
+  if (!isHTML) {
+    if (plainTextBody != nullptr) *plainTextBody = std::move(*decoded).take();
+    return true;
+  }
+  if (plainTextBody != nullptr) {
+    *plainTextBody = internal::plainTextOfHTML(decoded->text(), charset);
+  }
+  if (htmlBody != nullptr) *htmlBody = std::move(*decoded).take();
+  return true;
+}
+
+std::optional<std::string> EmailMessageParser::contentType() const {
+  return std::nullopt;
+}
+
+ContentTransferEncoding EmailMessageParser::contentTransferEncoding() const {
+  return ContentTransferEncoding::Unknown;
+}
+
+std::optional<HeaderTable::Values> EmailMessageParser::valuesForHeaderFieldName(
+    std::string_view name) const {
+  return headerDictionary_.find(name);
+}
+
+std::optional<std::string> EmailMessageParser::subject() const {
+  const auto values = valuesForHeaderFieldName("subject");
+  if (!values) return std::nullopt;
+  std::string joined(values->front());
+  auto value = values->begin();
+  while (++value != values->end()) joined.append(" ").append(*value);
+  return joined;
+}
+
+std::vector<EmailMessageParserAddress> EmailMessageParser::from() const {
+  return emailAddressesForHeaderField("from");
+}
+
+std::vector<EmailMessageParserAddress> EmailMessageParser::to() const {
+  return emailAddressesForHeaderField("to");
+}
+
+std::vector<EmailMessageParserAddress> EmailMessageParser::replyTo() const {
+  return emailAddressesForHeaderField("reply-to");
+}
+
+std::vector<EmailMessageParserAddress>
+EmailMessageParser::emailAddressesForHeaderField(std::string_view name) const {
+  std::vector<EmailMessageParserAddress> addresses;
+  const auto values = valuesForHeaderFieldName(name);
+  if (!values) return addresses;
+  std::size_t count = 0;
+  for (const std::string_view value : *values) {
+    count +=
+        static_cast<std::size_t>(std::count(value.begin(), value.end(), ',')) +
+        1;
+  }
+  addresses.reserve(count);
+  for (std::string_view value : *values) {
+    while (true) {
+      const std::size_t comma = value.find(',');
+      addresses.push_back(addressFromPiece(value.substr(0, comma)));
+      if (comma == std::string_view::npos) break;
+      value.remove_prefix(comma + 1);
+    }
+  }
+  return addresses;
+}
+
+std::string_view EmailMessageParser::headerContentType() const {
+  const auto values = valuesForHeaderFieldName("content-type");
+  return values ? values->back() : defaultPlainTextContentType();
+}
+
+std::vector<std::string_view> EmailMessageParser::_headerContentType() const {
+  const auto values = valuesForHeaderFieldName("content-type");
+  if (!values) return {defaultPlainTextContentType()};
+  return {values->begin(), values->end()};
+}
+
+ContentTransferEncoding EmailMessageParser::headerContentTransferEncoding()
+    const {
+  return contentTransferEncodingForString(
+      _headerContentTransferEncoding().back());
+}
+
+std::vector<std::string> EmailMessageParser::_headerContentTransferEncoding()
+    const {
+  const auto values = valuesForHeaderFieldName("content-transfer-encoding");
+  if (!values) return {std::string(defaultContentTransferEncoding())};
+  static const platform::CharacterSet trimmedCharacters =
+      platform::CharacterSet::whitespace().unionWith(
+          platform::CharacterSet::withCharactersIn(";\""));
+  std::vector<std::string> normalised;
+  normalised.reserve(values->size());
+  for (const std::string_view value : *values) {
+    std::string name = platform::lowercased(trimmedCharacters.trimmed(value));
+    for (const std::string_view hyphened : {"8-bit", "7-bit"}) {
+      for (std::size_t at = name.find(hyphened); at != std::string::npos;
+           at = name.find(hyphened, at)) {
+        name.erase(at + 1, 1);
+      }
+    }
+    normalised.push_back(std::move(name));
+  }
+  return normalised;
+}
+
+std::int64_t EmailMessageParser::contentLength() const {
+  const auto values = _contentLength();
+  if (!values) return 0;
+  platform::Scanner scanner(values->back());
+  scanner.skipping(&platform::CharacterSet::whitespaceAndNewlines());
+  return scanner.scanInteger().value_or(0);
+}
+
+std::optional<HeaderTable::Values> EmailMessageParser::_contentLength() const {
+  return valuesForHeaderFieldName("content-length");
+}
+
+ContentTransferEncoding EmailMessageParser::contentTransferEncodingForString(
+    std::string_view text) {
+  const std::string lower = platform::lowercased(text);
+  const std::string_view name = trimmedQuotes(
+      platform::CharacterSet::whitespaceAndNewlines().trimmed(lower));
+  if (name == kSevenBit) return ContentTransferEncoding::SevenBit;
+  if (name == "8bit") return ContentTransferEncoding::EightBit;
+  if (name == "quoted-printable") {
+    return ContentTransferEncoding::QuotedPrintable;
+  }
+  if (name == "base64") return ContentTransferEncoding::Base64;
+  if (name == "binary") return ContentTransferEncoding::Binary;
+  return ContentTransferEncoding::Unknown;
+}
+
+ContentTypeParameters EmailMessageParser::parseContentTypeField(
+    std::string_view value, std::string* resultingMediaType,
+    std::string* mediaSubtype) {
+  ContentTypeParameters parameters;
+  std::size_t end = value.find(';');
+  const std::string_view media = trimmedBlanks(value.substr(0, end));
+  if (resultingMediaType != nullptr) {
+    *resultingMediaType =
+        platform::lowercased(media.substr(0, media.find('/')));
+  }
+  if (mediaSubtype != nullptr) {
+    *mediaSubtype = platform::lowercased(media.substr(media.rfind('/') + 1));
+  }
+  while (end != std::string_view::npos) {
+    value.remove_prefix(end + 1);
+    end = value.find(';');
+    const std::string_view component = trimmedBlanks(value.substr(0, end));
+    const std::size_t sign = component.find('=');
+    if (sign == std::string_view::npos) continue;
+    const std::string_view name = trimmedBlanks(component.substr(0, sign));
+    const std::string_view text = trimmedBlanks(component.substr(sign + 1));
+    if (name.empty() || text.empty()) continue;
+    parameters.insert_or_assign(platform::lowercased(name),
+                                platform::lowercased(trimmedQuotes(text)));
+  }
+  return parameters;
+}
+
+std::string_view EmailMessageParser::defaultContentTransferEncoding() {
+  return kSevenBit;
+}
+
+std::string_view EmailMessageParser::defaultPlainTextContentType() {
+  return kPlainTextContentType;
+}
+
+void EmailMessageParser::addPlainTextBody(
+    std::optional<std::string_view> text) {
+  if (text) takePlainTextBody(std::string(*text));
+}
+
+void EmailMessageParser::addHTMLBody(std::optional<std::string_view> text) {
+  if (text) takeHTMLBody(std::string(*text));
+  settleHTMLBody();
+}
+
+std::optional<std::string>
+EmailMessageParser::stringByRemovingNewlinesAtEndOfString(
+    std::optional<std::string_view> text) {
+  if (!text || text->empty()) return std::nullopt;
+  return std::string(
+      text->substr(0, internal::lengthWithoutNewlinesAtEnd(*text)));
+}
+
+void EmailMessageParser::takePlainTextBody(std::optional<std::string> text) {
+  if (!text || text->empty()) return;
+  if (plainTextBody_ && !plainTextBody_->empty()) {
+    plainTextBody_->append("\n\n").append(*text);
+    return;
+  }
+  text->resize(internal::lengthWithoutNewlinesAtEnd(*text));
+  plainTextBody_ = std::move(text);
+}
+
+void EmailMessageParser::takeHTMLBody(std::optional<std::string> text) {
+  if (!text || text->empty()) return;
+  // A further body replaces what was joined so far by the plain text up to now
+  // and itself; of several only the last is ever seen. Deliberate.
+  if (htmlBody_) {
+    plainTextBeforeHTML_ = plainTextBody_ ? plainTextBody_->size() : 0;
+  }
+  htmlBody_ = std::move(text);
+}
+
+void EmailMessageParser::settleHTMLBody() {
+  if (!plainTextBeforeHTML_) return;
+  std::string joined;
+  joined.reserve(*plainTextBeforeHTML_ + 2 + htmlBody_->size());
+  if (plainTextBody_) joined.append(*plainTextBody_, 0, *plainTextBeforeHTML_);
+  joined.append("\n\n").append(*htmlBody_);
+  htmlBody_ = std::move(joined);
+  plainTextBeforeHTML_.reset();
+}
+
+}  // namespace quillhaven::mail

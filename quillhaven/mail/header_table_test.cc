@@ -1,0 +1,59 @@
+#include "quillhaven/mail/header_table.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quillhaven::mail {
+namespace {
+
+std::vector<std::string> valuesOf(const HeaderTable& table,
+                                  std::string_view name) {
+  const auto values = table.find(name);
+  if (!values) return {};
+  return {values->begin(), values->end()};
+}
+
+TEST(HeaderTable, KeepsOrderAndExactNames) {
+  HeaderTable table;
+  table.append("a", "1");
+  table.append("b", "");
+  table.append("a", "2");
+  EXPECT_EQ(valuesOf(table, "a"), (std::vector<std::string>{"1", "2"}));
+  EXPECT_EQ(table.find("a")->back(), "2");
+  EXPECT_EQ(valuesOf(table, "b"), std::vector<std::string>{""});
+  EXPECT_FALSE(table.find("A"));
+  ASSERT_EQ(table.size(), 2U);
+  EXPECT_EQ(table.nameAt(1), "b");
+}
+
+// Across the change from comparing names to the index, and its growth.
+TEST(HeaderTable, HoldsManyNamesThroughCopiesAndMoves) {
+  HeaderTable table;
+  const std::string long1(5000, 'x');
+  for (int round = 0; round < 2; ++round) {
+    for (int i = 0; i < 3000; ++i) {
+      table.append("field-" + std::to_string(i), round == 0 ? "v" : long1);
+    }
+  }
+  HeaderTable copy = table;
+  const HeaderTable moved = std::move(table);
+  copy.append("field-7", "more");
+  for (const HeaderTable* t : {&std::as_const(copy), &moved}) {
+    ASSERT_EQ(t->size(), 3000U);
+    for (int i = 0; i < 3000; i += 100) {
+      EXPECT_EQ(t->nameAt(static_cast<std::size_t>(i)),
+                "field-" + std::to_string(i));
+      EXPECT_EQ(valuesOf(*t, "field-" + std::to_string(i)),
+                (std::vector<std::string>{"v", long1}));
+    }
+    EXPECT_FALSE(t->find("field-3000"));
+  }
+  EXPECT_EQ(copy.find("field-7")->size(), 3U);
+  EXPECT_EQ(moved.find("field-7")->size(), 2U);
+}
+
+}  // namespace
+}  // namespace quillhaven::mail

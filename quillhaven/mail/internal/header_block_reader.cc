@@ -1,0 +1,332 @@
+#include "quillhaven/mail/internal/header_block_reader.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "quillhaven/mail/encoded_words.h"
+#include "quillhaven/platform/base/ascii.h"
+#include "quillhaven/platform/text/case_mapping.h"
+#include "quillhaven/platform/text/internal/byte_scan.h"
+#include "quillhaven/platform/text/internal/white_space.h"
+#include "quillhaven/platform/text/utf16.h"
+#include "quillhaven/platform/text/utf8.h"
+
+namespace quillhaven::mail::internal {
+namespace {
+
+using platform::internal::blankLength;
+using platform::internal::byteAt;
+using platform::internal::ByteVector;
+using platform::internal::equals;
+using platform::internal::isBetween;
+using platform::internal::kVectorSize;
+using platform::internal::newlineLength;
+using platform::internal::spaceLength;
+
+bool holdsEncodedWordOpening(std::string_view text) {
+  return platform::internal::findPair(text, '=', '?', 0) !=
+         std::string_view::npos;
+}
+
+// The position of the first white space that is more than a lone " ", or the
+// end.
+std::size_t findWhiteSpaceToCollapse(std::string_view text, std::size_t from) {
+  const auto isOdd = [](ByteVector bytes) {
+    return isBetween(bytes, 0x09, 0x0D) | equals(bytes, 0xC2) |
+           isBetween(bytes, 0xE1, 0xE3);
+  };
+  std::size_t at = from;
+  while (at < text.size()) {
+    while (at + kVectorSize < text.size()) {
+      const ByteVector bytes = platform::internal::loadBytes(text.data() + at);
+      const ByteVector next =
+          platform::internal::loadBytes(text.data() + at + 1);
+      const unsigned bits = platform::internal::bitsOf(
+          isOdd(bytes) |
+          (equals(bytes, ' ') & (equals(next, ' ') | isOdd(next))));
+      if (bits != 0) {
+        at += static_cast<std::size_t>(std::countr_zero(bits));
+        break;
+      }
+      at += kVectorSize;
+    }
+    if (at == text.size()) break;
+    const std::size_t length = spaceLength(text, at);
+    if (length != 0 && (text[at] != ' ' || spaceLength(text, at + 1) != 0)) {
+      return at;
+    }
+    at += length != 0 ? length : platform::codePointAt(text, at).size;
+  }
+  return at;
+}
+
+// Makes every run of white space in `text` one blank; `from` is the first that
+// is not one already.
+void collapseWhiteSpace(std::string& text, std::size_t from) {
+  const std::string_view all = text;
+  std::size_t to = from;
+  for (std::size_t at = from; at < all.size();) {
+    const std::size_t next = findWhiteSpaceToCollapse(all, at);
+    std::memmove(&text[to], &text[at], next - at);
+    to += next - at;
+    at = next;
+    while (const std::size_t length = spaceLength(all, at)) at += length;
+    if (at != next) text[to++] = ' ';
+  }
+  text.resize(to);
+}
+
+// Which newline character stands at `at`, as a bit.
+unsigned newlineBit(std::string_view text, std::size_t at) {
+  const unsigned char byte = byteAt(text, at);
+  if (byte < 0x80) return 1U << (byte - 0x0A);
+  if (byte == 0xC2) return 1U << 4;
+  return byteAt(text, at + 2) == 0xA8 ? 1U << 5 : 1U << 6;
+}
+
+// True when a value of this text counts: two UTF-16 units or more.
+bool isLongEnough(std::string_view text) {
+  return text.size() > 4 || platform::lengthInUTF16Units(text) >= 2;
+}
+
+}  // namespace
+
+std::size_t skipToNextNewline(std::string_view text, std::size_t at) {
+  unsigned seen = 0;
+  while (const std::size_t length = newlineLength(text, at)) {
+    const unsigned bit = newlineBit(text, at);
+    if ((seen & bit) != 0) break;
+    seen |= bit;
+    at += length;
+  }
+  return at;
+}
+
+HeaderLine readHeaderLine(std::string_view text, std::size_t at) {
+  HeaderLine line;
+  line.end = platform::internal::findNewline(text, at);
+  const std::string_view all = text.substr(at, line.end - at);
+  if (all.empty()) {
+    line.kind = HeaderLine::Kind::kBlank;
+    return line;
+  }
+  if (const std::size_t blank = blankLength(all, 0)) {
+    line.kind = HeaderLine::Kind::kContinuation;
+    line.hasValue = all.size() > blank;
+    line.value = platform::internal::trimmedBlanks(all.substr(blank));
+    return line;
+  }
+  const std::size_t colon = std::min(all.find(':'), all.size());
+  if (colon == 0) {
+    line.kind = HeaderLine::Kind::kUnnamed;
+    return line;
+  }
+  line.kind = HeaderLine::Kind::kField;
+  line.name = all.substr(0, colon);
+  if (colon == all.size()) return line;
+  std::size_t start = colon + 1;
+  while (const std::size_t blank = blankLength(all, start)) start += blank;
+  line.value = all.substr(start);
+  line.hasValue = isLongEnough(line.value);
+  return line;
+}
+
+PendingValue::PendingValue(std::size_t sizeOfText)
+    : carriedBytesLeft_(std::max(sizeOfText, kLeastCarriedBytes)) {}
+
+void PendingValue::set(std::string_view value) {
+  exists_ = true;
+  ++version_;
+  isOwned_ = isStored_ = isNormal_ = isCarried_ = false;
+  owed_ = 0;
+  view_ = value;
+}
+
+void PendingValue::extend(std::string_view trimmed, std::string_view text,
+                          std::size_t at) {
+  if (!exists_) return;
+  settled();
+  if (isCarried_ && !spend(view_.size())) return;
+  std::size_t capacity = view_.size() + trimmed.size() + 1;
+  if (capacity > owned_.capacity()) {
+    // Room for all the lines that follow, which add no more than they hold.
+    while (at < text.size() && blankLength(text, at) != 0) {
+      const std::size_t end = platform::internal::findNewline(text, at);
+      capacity += end - at;
+      at = skipToNextNewline(text, end);
+    }
+  }
+  own(capacity);
+  const bool isWord =
+      holdsEncodedWordOpening(trimmed) && isMimeEncodedString(trimmed);
+  if (!isWord) owned_.push_back(' ');
+  owned_.append(trimmed);
+  view_ = owned_;
+  ++version_;
+  isNormal_ = isCarried_ = false;
+}
+
+std::string_view PendingValue::settled() {
+  for (; owed_ > 0 && !isNormal_; --owed_) normaliseNow();
+  if (owed_ > 0) isCarried_ = true;
+  owed_ = 0;
+  return view_;
+}
+
+void PendingValue::moveTo(std::string_view stored) {
+  isOwned_ = false;
+  isStored_ = true;
+  view_ = stored;
+}
+
+void PendingValue::own(std::size_t capacity) {
+  if (isOwned_) {
+    owned_.reserve(capacity);
+  } else {
+    owned_.clear();
+    owned_.reserve(capacity);
+    owned_.append(view_);
+  }
+  isOwned_ = true;
+  isStored_ = false;
+  view_ = owned_;
+}
+
+bool PendingValue::spend(std::size_t bytes) {
+  if (bytes > carriedBytesLeft_) return false;
+  carriedBytesLeft_ -= bytes;
+  return true;
+}
+
+void PendingValue::normaliseNow() {
+  const bool hasWords = holdsEncodedWordOpening(view_);
+  if (hasWords && isCarried_ && !spend(view_.size())) {
+    isNormal_ = true;
+    return;
+  }
+  isCarried_ = isNormal_ = true;
+  if (hasWords) {
+    std::string decoded = *stringWithMimeEncodedString(view_);
+    if (decoded != view_) {
+      owned_ = std::move(decoded);
+      isOwned_ = true;
+      isStored_ = false;
+      ++version_;
+      view_ = owned_;
+      isNormal_ = false;
+    }
+  }
+  const std::size_t from = findWhiteSpaceToCollapse(view_, 0);
+  if (from == view_.size()) return;
+  own(view_.size());
+  ++version_;
+  collapseWhiteSpace(owned_, from);
+  view_ = owned_;
+  isNormal_ = !hasWords;
+}
+
+std::size_t HeaderBlockReader::read(std::string_view text, std::size_t at,
+                                    HeaderTable& table) {
+  HeaderBlockReader reader(text.size(), table);
+  while (at < text.size()) {
+    const HeaderLine line = readHeaderLine(text, at);
+    if (line.kind == HeaderLine::Kind::kContinuation) {
+      at = skipToNextNewline(text, line.end);
+      if (line.hasValue) reader.value_.extend(line.value, text, at);
+      continue;
+    }
+    reader.flush();
+    if (line.kind == HeaderLine::Kind::kBlank) return at;
+    if (line.kind == HeaderLine::Kind::kField) reader.readField(line);
+    at = skipToNextNewline(text, line.end);
+  }
+  return at;
+}
+
+void HeaderBlockReader::readField(const HeaderLine& line) {
+  name_ = line.name;
+  nameIsLowerCase_ = false;
+  if (line.hasValue) value_.set(line.value);
+}
+
+void HeaderBlockReader::flush() {
+  if (name_.empty()) return;
+  std::string_view stored;
+  if (value_.exists()) {
+    value_.normalise();
+    const std::string_view value = value_.settled();
+    stored = value_.isStored() ? value : table_.store(value);
+    value_.moveTo(stored);
+  }
+  if (nameIsLowerCase_) {
+    table_.appendStored(name_, false, stored);
+    return;
+  }
+  nameIsLowerCase_ = true;
+  if (platform::asciiPrefixLength(name_) == name_.size()) {
+    char* const room = table_.take(name_.size());
+    std::transform(name_.begin(), name_.end(), room, platform::asciiLower);
+    name_ = std::string_view(room, name_.size());
+  } else {
+    name_ = table_.store(platform::lowercased(name_));
+  }
+  name_ = table_.appendStored(name_, true, stored);
+}
+
+PartHeader readPartHeader(std::string_view block, std::size_t at,
+                          PartHeaderExtent extent) {
+  PartHeader header;
+  PendingValue value(block.size());
+  std::string_view name;
+  std::size_t nameLine = std::string_view::npos;
+  std::size_t valueLine = std::string_view::npos;
+  std::size_t typeVersion = 0;
+  std::size_t encodingVersion = 0;
+  const auto flush = [&] {
+    if (name.empty()) return;
+    value.normalise();
+    const bool isType = platform::equalsIgnoringASCIICase(name, "content-type");
+    if (!isType &&
+        !platform::equalsIgnoringASCIICase(name, "content-transfer-encoding")) {
+      return;
+    }
+    std::optional<std::string>& field =
+        isType ? header.contentType : header.contentTransferEncoding;
+    // A value repeated by line after line is copied once.
+    std::size_t& version = isType ? typeVersion : encodingVersion;
+    const std::string_view text = value.settled();
+    if (!field || version != value.version()) field = std::string(text);
+    version = value.version();
+    if (isType) {
+      header.contentTypeLine =
+          nameLine == valueLine ? nameLine : std::string_view::npos;
+    }
+  };
+
+  while (at < block.size()) {
+    const HeaderLine line = readHeaderLine(block, at);
+    const std::size_t start = at;
+    if (line.kind == HeaderLine::Kind::kContinuation) {
+      at = skipToNextNewline(block, line.end);
+      if (line.hasValue) value.extend(line.value, block, at);
+      continue;
+    }
+    flush();
+    if (line.kind == HeaderLine::Kind::kBlank) break;
+    if (line.kind == HeaderLine::Kind::kField) {
+      if (extent == PartHeaderExtent::kFirstField && !name.empty()) break;
+      name = line.name;
+      nameLine = start;
+      if (line.hasValue) {
+        value.set(line.value);
+        valueLine = start;
+      }
+    }
+    at = skipToNextNewline(block, line.end);
+  }
+  header.end = at;
+  return header;
+}
+
+}  // namespace quillhaven::mail::internal

@@ -1,0 +1,226 @@
+#include "quillhaven/mail/internal/multipart_walk.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "quillhaven/mail/internal/header_block_reader.h"
+#include "quillhaven/platform/base/ascii.h"
+#include "quillhaven/platform/text/internal/white_space.h"
+#include "quillhaven/platform/text/scanner.h"
+
+namespace quillhaven::mail::internal {
+namespace {
+
+constexpr std::string_view kDashes = "--";
+
+// The boundaries of the multiparts that are open. Closing one removes all equal
+// ones; those deeper in the stack are left in place and passed over later.
+class BoundaryStack {
+ public:
+  void push(std::string boundary) {
+    const auto [known, isNew] =
+        boundaries_.try_emplace(std::move(boundary), Boundary{0, 0});
+    ++known->second.open;
+    ++open_;
+    entries_.push_back({&*known, known->second.generation});
+  }
+
+  // Removes every entry equal to `boundary`.
+  void remove(const std::string& boundary) {
+    const auto known = boundaries_.find(boundary);
+    if (known == boundaries_.end()) return;
+    open_ -= std::exchange(known->second.open, 0);
+    ++known->second.generation;
+    while (!entries_.empty() &&
+           entries_.back().generation !=
+               entries_.back().boundary->second.generation) {
+      entries_.pop_back();
+    }
+  }
+
+  [[nodiscard]] bool empty() const { return open_ == 0; }
+  [[nodiscard]] const std::string& top() const {
+    return entries_.back().boundary->first;
+  }
+
+ private:
+  struct Boundary {
+    std::size_t open;        // entries in the stack that were not removed
+    std::size_t generation;  // counts removals
+  };
+  using Boundaries = std::unordered_map<std::string, Boundary>;
+  struct Entry {
+    Boundaries::value_type* boundary;
+    std::size_t generation;
+  };
+
+  Boundaries boundaries_;  // its nodes stay where they are
+  std::vector<Entry> entries_;
+  std::size_t open_ = 0;
+};
+
+// A content type taken apart.
+struct ContentType {
+  std::string type;
+  std::string subtype;
+  ContentTypeParameters parameters;
+
+  explicit ContentType(std::string_view value)
+      : parameters(EmailMessageParser::parseContentTypeField(value, &type,
+                                                             &subtype)) {}
+
+  // The boundary of a multipart, or nothing.
+  [[nodiscard]] std::optional<std::string_view> boundary() const {
+    const auto found = parameters.find("boundary");
+    if (type != "multipart" || found == parameters.end()) return std::nullopt;
+    return found->second;
+  }
+};
+
+// A part's header with its content type taken apart.
+struct ParsedHeader {
+  PartHeader header;
+  std::optional<ContentType> contentType;
+
+  ParsedHeader() = default;
+  explicit ParsedHeader(PartHeader read) : header(std::move(read)) {
+    if (header.contentType) contentType.emplace(*header.contentType);
+  }
+};
+
+// Gives the header that begins at each delimiter, where the text up to the next
+// blank line counts, beyond further delimiters too. What one reading found is
+// kept and used for later delimiters of the same block, so that a block is read
+// about once however many delimiters it holds.
+class DelimiterHeaders {
+ public:
+  explicit DelimiterHeaders(std::string_view text)
+      : text_(text), rereadingLeft_(kMaximumRereading * text.size()) {}
+
+  // Returns the header at `at`; positions only ever grow. `isWhole` tells
+  // whether it was read for this position, and not just its content type.
+  const ParsedHeader& at(std::size_t at, bool& isWhole) {
+    isWhole = at >= block_.header.end;
+    if (isWhole) {
+      block_ = ParsedHeader(readPartHeader(text_, at));
+      return block_;
+    }
+    const std::size_t typeLine = block_.header.contentTypeLine;
+    if (block_.contentType && typeLine == std::string_view::npos) {
+      return reread(at, PartHeaderExtent::kWholeBlock);
+    }
+    if (block_.contentType && at <= typeLine) return block_;
+    // No later line of the block begins a content type, so only the line at
+    // `at` itself, which may begin within one, can give it.
+    if (!beginsContentType(at)) return none_;
+    return reread(at, PartHeaderExtent::kFirstField);
+  }
+
+ private:
+  const ParsedHeader& reread(std::size_t at, PartHeaderExtent extent) {
+    if (rereadingLeft_ == 0) return none_;
+    reread_ = ParsedHeader(readPartHeader(text_, at, extent));
+    rereadingLeft_ -= std::min(rereadingLeft_, reread_.header.end - at);
+    return reread_;
+  }
+
+  [[nodiscard]] bool beginsContentType(std::size_t at) const {
+    constexpr std::string_view kName = "content-type";
+    if (!platform::equalsIgnoringASCIICase(text_.substr(at, kName.size()),
+                                           kName)) {
+      return false;
+    }
+    const std::size_t end = at + kName.size();
+    return end == text_.size() || text_[end] == ':' ||
+           platform::internal::newlineLength(text_, end) != 0;
+  }
+
+  std::string_view text_;
+  ParsedHeader block_;
+  ParsedHeader reread_;
+  const ParsedHeader none_;
+  std::size_t rereadingLeft_;
+};
+
+// Sorts a raw part into the list of its subtype if it has text; its header ends
+// at byte `headerEnd` of it.
+void addPart(PartRecords& records, std::string_view part,
+             const ParsedHeader& parsed, std::size_t headerEnd) {
+  if (!parsed.contentType) return;
+  const ContentType& content = *parsed.contentType;
+  if (content.type != "text" && content.type != "message") return;
+  std::deque<PartRecord>* list = nullptr;
+  if (content.subtype == "plain") list = &records.plain;
+  if (content.subtype == "html") list = &records.html;
+  if (content.subtype == "rfc822") list = &records.rfc822;
+  if (list == nullptr) return;
+
+  const std::size_t body = skipToNextNewline(part, headerEnd);
+  if (body >= part.size()) return;
+  PartRecord record;
+  record.message = part.substr(body);
+  const auto& encoding = parsed.header.contentTransferEncoding;
+  record.contentTransferEncoding =
+      EmailMessageParser::contentTransferEncodingForString(
+          encoding ? std::string_view(*encoding)
+                   : EmailMessageParser::defaultContentTransferEncoding());
+  if (record.contentTransferEncoding == ContentTransferEncoding::Unknown) {
+    record.contentTransferEncoding = ContentTransferEncoding::EightBit;
+  }
+  // Unlike in a message of one part, an unknown charset stays unknown here.
+  const auto charset = content.parameters.find("charset");
+  record.charset = platform::stringEncodingForIANAName(
+      charset == content.parameters.end() ? std::string_view("utf-8")
+                                          : std::string_view(charset->second));
+  list->push_back(record);
+}
+
+}  // namespace
+
+PartRecords collectParts(std::string_view text, std::size_t at,
+                         std::string_view boundary) {
+  PartRecords records;
+  BoundaryStack boundaries;
+  boundaries.push(std::string(boundary));
+  DelimiterHeaders headers(text);
+  while (at < text.size()) {
+    const std::string delimiter = std::string(kDashes) + boundaries.top();
+    const auto opening = platform::findIgnoringCase(text, delimiter, at);
+    if (!opening) break;
+    const std::size_t start =
+        skipToNextNewline(text, opening->position + opening->size);
+    at = start;
+
+    bool isWhole = false;
+    const ParsedHeader& parsed = headers.at(start, isWhole);
+    const auto nested =
+        parsed.contentType ? parsed.contentType->boundary() : std::nullopt;
+    if (!nested) {
+      const auto next = platform::findIgnoringCase(text, delimiter, start);
+      at = next ? next->position : text.size();
+      const std::string_view part = text.substr(start, at - start);
+      if (isWhole && parsed.header.end < at) {
+        addPart(records, part, parsed, parsed.header.end - start);
+      } else if (!part.empty()) {
+        const ParsedHeader own(readPartHeader(part, 0));
+        addPart(records, part, own, own.header.end);
+      }
+    }
+
+    const std::string closed = boundaries.top();
+    if (nested) boundaries.push(std::string(*nested));
+    const auto close = platform::prefixLengthIgnoringCase(
+        text.substr(at), delimiter + std::string(kDashes));
+    if (!close) continue;
+    at += *close;
+    boundaries.remove(closed);
+    if (boundaries.empty()) break;
+  }
+  return records;
+}
+
+}  // namespace quillhaven::mail::internal

@@ -184,6 +184,7 @@ void EmailMessageParser::readSinglePart(
     internal::logUnknownSubtype(subtype);
     return;
   }
+  if (body.empty()) return;
   platform::StringEncoding charset = platform::kStringEncodingInvalid;
   if (const auto found = parameters.find("charset");
       found != parameters.end()) {
@@ -212,7 +213,7 @@ void EmailMessageParser::readMultipart(std::string_view text, std::size_t body,
     return;
   }
   const auto boundary = parameters.find("boundary");
-  if (boundary == parameters.end()) return;
+  if (boundary == parameters.end() || body == text.size()) return;
   const internal::PartRecords records =
       internal::collectParts(text, body, boundary->second);
 

@@ -3,35 +3,43 @@
 #include <algorithm>
 #include <cstring>
 #include <random>
+#include <utility>
 
 namespace quillhaven::mail {
 namespace {
 
-// Up to this many names are compared one by one; more go through the index.
-constexpr std::size_t kMostNamesWithoutIndex = 32;
+// Up to this many names are found through the small index.
+constexpr std::size_t kMostNamesInSmallIndex = 48;
+constexpr std::size_t kFirstBlockSize = std::size_t{1} << 12;
 constexpr std::size_t kLargestBlockSize = std::size_t{1} << 20;
+
+std::uint64_t wordAt(const char* bytes) {
+  std::uint64_t word;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
 
 // A hash that a message cannot be written against: its seed is random.
 std::uint64_t hashOf(std::string_view name) {
   static const std::uint64_t seed =
-      (std::uint64_t{std::random_device{}()} << 32 | std::random_device{}()) |
-      1;
+      std::uint64_t{std::random_device{}()} << 32 | std::random_device{}();
   std::uint64_t hash = seed ^ name.size();
   const auto mix = [&hash](std::uint64_t word) {
-    hash = (hash ^ word) * 0x9E3779B97F4A7C15U;
-    hash ^= hash >> 29;
-    hash *= seed;
-    hash ^= hash >> 32;
+    const auto product =
+        static_cast<unsigned __int128>(hash ^ word) * 0x9E3779B97F4A7C15U;
+    hash = static_cast<std::uint64_t>(product) ^
+           static_cast<std::uint64_t>(product >> 64) ^ seed;
   };
-  std::size_t at = 0;
-  for (; at + 8 <= name.size(); at += 8) {
-    std::uint64_t word;
-    std::memcpy(&word, name.data() + at, sizeof word);
+  if (name.size() < 8) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, name.data(), name.size());
     mix(word);
+    return hash;
   }
-  std::uint64_t last = 0;
-  std::memcpy(&last, name.data() + at, name.size() - at);
-  mix(last);
+  for (std::size_t at = 0; at + 8 < name.size(); at += 8) {
+    mix(wordAt(name.data() + at));
+  }
+  mix(wordAt(name.data() + name.size() - 8));  // may overlap the word before
   return hash;
 }
 
@@ -49,6 +57,15 @@ HeaderTable& HeaderTable::operator=(const HeaderTable& other) {
   return *this = std::move(copy);
 }
 
+void HeaderTable::swap(HeaderTable& other) noexcept {
+  std::swap(blocks_, other.blocks_);
+  std::swap(room_, other.room_);
+  std::swap(entries_, other.entries_);
+  std::swap(fields_, other.fields_);
+  std::swap(smallSlots_, other.smallSlots_);
+  std::swap(slots_, other.slots_);
+}
+
 std::optional<HeaderTable::Values> HeaderTable::find(
     std::string_view name) const {
   const std::uint32_t index = indexOf(name);
@@ -61,24 +78,26 @@ void HeaderTable::append(std::string_view name, std::string_view value) {
   appendStored(indexOf(name) == kNone ? store(name) : name, false, stored);
 }
 
-char* HeaderTable::take(std::size_t size) {
-  if (size > roomSize_) {
-    const std::size_t blockSize = std::max(size, nextBlockSize_);
-    nextBlockSize_ = std::min(nextBlockSize_ * 2, kLargestBlockSize);
-    // Without a value initialiser: most of it is written once only.
-    blocks_.push_back(std::unique_ptr<char[]>(new char[blockSize]));
-    room_ = blocks_.back().get();
-    roomSize_ = blockSize;
-  }
-  char* const taken = room_;
-  room_ += size;
-  roomSize_ -= size;
-  return taken;
+char* HeaderTable::takeAligned(std::size_t size) {
+  constexpr std::size_t kAlignment = alignof(Entry);
+  static_assert(alignof(Field) == kAlignment);
+  const auto unaligned =
+      static_cast<std::size_t>(reinterpret_cast<std::uintptr_t>(room_.start)) %
+      kAlignment;
+  const std::size_t padding = unaligned == 0 ? 0 : kAlignment - unaligned;
+  // A new block is aligned.
+  return padding + size <= room_.size ? take(padding + size) + padding
+                                      : (addBlock(size), take(size));
 }
 
-void HeaderTable::giveBack(std::size_t size) {
-  room_ -= size;
-  roomSize_ += size;
+void HeaderTable::addBlock(std::size_t size) {
+  const std::size_t usual =
+      std::min(kFirstBlockSize << std::min<std::size_t>(blocks_.size(), 10),
+               kLargestBlockSize);
+  const std::size_t blockSize = std::max(size, usual);
+  // Without a value initialiser: most of it is written once only.
+  blocks_.push_back(std::unique_ptr<char[]>(new char[blockSize]));
+  room_ = {blocks_.back().get(), blockSize};
 }
 
 std::string_view HeaderTable::store(std::string_view text) {
@@ -91,56 +110,74 @@ std::string_view HeaderTable::store(std::string_view text) {
 std::string_view HeaderTable::appendStored(std::string_view name,
                                            bool nameIsStored,
                                            std::string_view storedValue) {
-  const auto entry = static_cast<std::uint32_t>(entries_.size());
-  entries_.push_back({storedValue.data(),
-                      static_cast<std::uint32_t>(storedValue.size()), kNone});
-  const std::uint32_t known = indexOf(name);
+  const std::uint64_t hash = hashOf(name);
+  const std::uint32_t known = indexOf(name, hash);
+  if (known != kNone && nameIsStored) giveBack(name.size());
+  const std::uint32_t entry = entries_.size();
+  entries_.push(*this, {storedValue.data(),
+                        static_cast<std::uint32_t>(storedValue.size()), kNone});
   if (known != kNone) {
-    if (nameIsStored) giveBack(name.size());
     Field& field = fields_[known];
     entries_[field.last].next = entry;
     field.last = entry;
     ++field.count;
     return nameAt(known);
   }
-  fields_.push_back(
-      {name.data(), static_cast<std::uint32_t>(name.size()), entry, entry, 1});
-  addToIndex(static_cast<std::uint32_t>(fields_.size() - 1));
-  return nameAt(fields_.size() - 1);
+  const std::uint32_t added = fields_.size();
+  fields_.push(*this, {name.data(), static_cast<std::uint32_t>(name.size()),
+                       entry, entry, 1});
+  addToIndex(added, hash);
+  return nameAt(added);
 }
 
 std::uint32_t HeaderTable::indexOf(std::string_view name) const {
+  return indexOf(name, hashOf(name));
+}
+
+std::uint32_t HeaderTable::indexOf(std::string_view name,
+                                   std::uint64_t hash) const {
   if (slots_.empty()) {
-    for (std::uint32_t i = 0; i < fields_.size(); ++i) {
-      if (nameAt(i) == name) return i;
+    const std::size_t mask = smallSlots_.size() - 1;
+    for (std::size_t slot = hash & mask; smallSlots_[slot] != 0;
+         slot = (slot + 1) & mask) {
+      const std::uint32_t index = smallSlots_[slot] - 1U;
+      if (nameAt(index) == name) return index;
     }
     return kNone;
   }
   const std::size_t mask = slots_.size() - 1;
-  for (std::size_t slot = hashOf(name) & mask; slots_[slot] != kNone;
+  for (std::size_t slot = hash & mask; slots_[slot] != kNone;
        slot = (slot + 1) & mask) {
     if (nameAt(slots_[slot]) == name) return slots_[slot];
   }
   return kNone;
 }
 
-void HeaderTable::addToIndex(std::uint32_t field) {
-  if (fields_.size() <= kMostNamesWithoutIndex) return;
-  std::uint32_t first = field;
-  // At most three quarters full; a new index takes in all names.
-  if (fields_.size() * 4 > slots_.size() * 3) {
-    slots_ = {};  // the old one is freed first: it may be large
-    std::size_t size = 4 * kMostNamesWithoutIndex;
-    while (fields_.size() * 4 > size * 3) size *= 2;
-    slots_.assign(size, kNone);
-    first = 0;
+void HeaderTable::addToIndex(std::uint32_t field, std::uint64_t hash) {
+  const std::size_t count = fields_.size();
+  if (count <= kMostNamesInSmallIndex) {
+    const std::size_t mask = smallSlots_.size() - 1;
+    std::size_t slot = hash & mask;
+    while (smallSlots_[slot] != 0) slot = (slot + 1) & mask;
+    smallSlots_[slot] = static_cast<std::uint8_t>(field + 1);
+    return;
   }
-  const std::size_t mask = slots_.size() - 1;
-  for (std::uint32_t i = first; i <= field; ++i) {
-    std::size_t slot = hashOf(nameAt(i)) & mask;
+  const auto add = [this](std::uint32_t index, std::uint64_t itsHash) {
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t slot = itsHash & mask;
     while (slots_[slot] != kNone) slot = (slot + 1) & mask;
-    slots_[slot] = i;
+    slots_[slot] = index;
+  };
+  // At most three quarters full; a new index takes in all names.
+  if (count * 4 <= slots_.size() * 3) {
+    add(field, hash);
+    return;
   }
+  slots_ = {};  // the old one is freed first: it may be large
+  std::size_t size = 2 * smallSlots_.size();
+  while (count * 4 > size * 3) size *= 2;
+  slots_.assign(size, kNone);
+  for (std::uint32_t i = 0; i <= field; ++i) add(i, hashOf(nameAt(i)));
 }
 
 }  // namespace quillhaven::mail

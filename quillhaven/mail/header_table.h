@@ -3,13 +3,16 @@
 #ifndef QUILLHAVEN_MAIL_HEADER_TABLE_H_
 #define QUILLHAVEN_MAIL_HEADER_TABLE_H_
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <iterator>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace quillhaven::mail {
@@ -29,7 +32,48 @@ class HeaderTable {
     std::uint32_t size;
     std::uint32_t next;  // the next entry of the same field, or kNone
   };
-  using Entries = std::deque<Entry>;
+  // An array whose elements stay where they are. Its memory comes from the
+  // table's blocks, first for a few elements, at last for 4096 at a time.
+  template <typename Element>
+  class Array {
+   public:
+    [[nodiscard]] std::uint32_t size() const { return size_; }
+    Element& operator[](std::uint32_t index) { return *at(index); }
+    const Element& operator[](std::uint32_t index) const { return *at(index); }
+
+    void push(HeaderTable& table, const Element& element) {
+      const std::uint32_t place = size_ + kFirst;
+      if (place >= kChunk) {
+        if (place % kChunk == 0) large_.push_back(takeChunk(table, kChunk));
+      } else if ((place & (place - 1)) == 0) {
+        small_[smallChunk(place)] = takeChunk(table, place);
+      }
+      new (at(size_++)) Element(element);
+    }
+
+   private:
+    static constexpr std::uint32_t kFirst = 16;  // elements in the first chunk
+    static constexpr std::uint32_t kChunk = 4096;
+
+    static std::size_t smallChunk(std::uint32_t place) {
+      return static_cast<std::size_t>(std::bit_width(place | kFirst) -
+                                      std::bit_width(kFirst));
+    }
+    static Element* takeChunk(HeaderTable& table, std::uint32_t count) {
+      return reinterpret_cast<Element*>(
+          table.takeAligned(count * sizeof(Element)));
+    }
+    [[nodiscard]] Element* at(std::uint32_t index) const {
+      const std::uint32_t place = index + kFirst;
+      if (place >= kChunk) return large_[place / kChunk - 1] + place % kChunk;
+      return small_[smallChunk(place)] + (place - std::bit_floor(place));
+    }
+
+    std::array<Element*, 8> small_{};  // 16, 32, ... 2048 elements
+    std::vector<Element*> large_;
+    std::uint32_t size_ = 0;
+  };
+  using Entries = Array<Entry>;
   struct Field {
     const char* name;
     std::uint32_t nameSize;
@@ -87,8 +131,12 @@ class HeaderTable {
   HeaderTable() = default;
   HeaderTable(const HeaderTable& other);
   HeaderTable& operator=(const HeaderTable& other);
-  HeaderTable(HeaderTable&&) noexcept = default;
-  HeaderTable& operator=(HeaderTable&&) noexcept = default;
+  HeaderTable(HeaderTable&& other) noexcept { swap(other); }
+  HeaderTable& operator=(HeaderTable&& other) noexcept {
+    HeaderTable taken(std::move(other));
+    swap(taken);
+    return *this;
+  }
   ~HeaderTable() = default;
 
   // Returns the values stored under exactly `name`, or nothing. Names are
@@ -97,12 +145,13 @@ class HeaderTable {
 
   // The distinct names, numbered from 0 in the order of their first occurrence.
   [[nodiscard]] std::size_t size() const { return fields_.size(); }
-  [[nodiscard]] bool empty() const { return fields_.empty(); }
+  [[nodiscard]] bool empty() const { return fields_.size() == 0; }
   [[nodiscard]] std::string_view nameAt(std::size_t index) const {
-    return {fields_[index].name, fields_[index].nameSize};
+    const Field& field = fields_[static_cast<std::uint32_t>(index)];
+    return {field.name, field.nameSize};
   }
   [[nodiscard]] Values valuesAt(std::size_t index) const {
-    return {&entries_, &fields_[index]};
+    return {&entries_, &fields_[static_cast<std::uint32_t>(index)]};
   }
 
   // Adds `value` at the end of the array under `name`; both are copied.
@@ -111,10 +160,21 @@ class HeaderTable {
  private:
   friend class internal::HeaderBlockReader;
 
+  void swap(HeaderTable& other) noexcept;
+
   // Returns room for `size` bytes that lives as long as the table; giveBack()
   // frees the unused end of the room given out last.
-  char* take(std::size_t size);
-  void giveBack(std::size_t size);
+  char* take(std::size_t size) {
+    if (size > room_.size) addBlock(size);
+    char* const taken = room_.start;
+    room_ = {taken + size, room_.size - size};
+    return taken;
+  }
+  void giveBack(std::size_t size) {
+    room_ = {room_.start - size, room_.size + size};
+  }
+  char* takeAligned(std::size_t size);
+  void addBlock(std::size_t size);
   std::string_view store(std::string_view text);
 
   // Adds a value that store() or take() holds already, and returns the name as
@@ -125,15 +185,23 @@ class HeaderTable {
 
   // Returns the number of the field called `name`, or kNone.
   [[nodiscard]] std::uint32_t indexOf(std::string_view name) const;
-  void addToIndex(std::uint32_t field);
+  [[nodiscard]] std::uint32_t indexOf(std::string_view name,
+                                      std::uint64_t hash) const;
+  void addToIndex(std::uint32_t field, std::uint64_t hash);
 
   std::vector<std::unique_ptr<char[]>> blocks_;
-  char* room_ = nullptr;  // unused end of the last block
-  std::size_t roomSize_ = 0;
-  std::size_t nextBlockSize_ = 2048;
+  // The unused end of the last block.
+  struct Room {
+    char* start = nullptr;
+    std::size_t size = 0;
+  };
+  Room room_;
   Entries entries_;
-  std::deque<Field> fields_;
-  std::vector<std::uint32_t> slots_;  // open addressing; empty for few fields
+  Array<Field> fields_;
+  // Open addressing over the numbers of the fields: for few fields those plus
+  // one, 0 being free; else in slots_, kNone being free.
+  std::array<std::uint8_t, 64> smallSlots_{};
+  std::vector<std::uint32_t> slots_;
 };
 
 }  // namespace quillhaven::mail

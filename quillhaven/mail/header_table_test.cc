@@ -40,6 +40,9 @@ TEST(HeaderTable, HoldsManyNamesThroughCopiesAndMoves) {
   }
   HeaderTable copy = table;
   const HeaderTable moved = std::move(table);
+  table = HeaderTable();
+  table.append("field-1", "anew");
+  EXPECT_EQ(valuesOf(table, "field-1"), std::vector<std::string>{"anew"});
   copy.append("field-7", "more");
   for (const HeaderTable* t : {&std::as_const(copy), &moved}) {
     ASSERT_EQ(t->size(), 3000U);

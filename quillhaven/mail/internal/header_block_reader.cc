@@ -29,36 +29,101 @@ bool holdsEncodedWordOpening(std::string_view text) {
          std::string_view::npos;
 }
 
+// Returns the first position at `from` or later for which `match`, of the bytes
+// at positions and of those after them, is set, or the end.
+template <typename Match>
+std::size_t findWithNext(std::string_view text, std::size_t from, Match match) {
+  std::size_t at = from;
+  for (; at + kVectorSize < text.size(); at += kVectorSize) {
+    const unsigned bits = platform::internal::bitsOf(
+        match(platform::internal::loadBytes(text.data() + at),
+              platform::internal::loadBytes(text.data() + at + 1)));
+    if (bits != 0) return at + static_cast<std::size_t>(std::countr_zero(bits));
+  }
+  // The end, with letters after it, which match nothing.
+  char tail[kVectorSize + 1];
+  std::memset(tail, 'x', sizeof tail);
+  std::memcpy(tail, text.data() + at, text.size() - at);
+  const unsigned bits = platform::internal::bitsOf(
+      match(platform::internal::loadBytes(tail),
+            platform::internal::loadBytes(tail + 1)));
+  return bits == 0 ? text.size()
+                   : at + static_cast<std::size_t>(std::countr_zero(bits));
+}
+
+// Lanes that hold white space other than " ", or begin a character that may be
+// white space.
+auto isOddSpace(ByteVector bytes) {
+  return isBetween(bytes, 0x09, 0x0D) | equals(bytes, 0xC2) |
+         isBetween(bytes, 0xE1, 0xE3);
+}
+
+auto isSpaceToCollapse(ByteVector bytes, ByteVector next) {
+  return isOddSpace(bytes) |
+         (equals(bytes, ' ') & (equals(next, ' ') | isOddSpace(next)));
+}
+
+// True when a value is certainly stored as it stands: ASCII without controls,
+// two blanks in a row or "=?".
+bool isPlainValue(std::string_view text) {
+  unsigned blanks = 0;  // bit 16: whether the byte before is one
+  unsigned signs = 0;   // the same for "="
+  const auto isPlain = [&](ByteVector bytes) {
+    using platform::internal::bitsOf;
+    blanks = blanks >> 16 | bitsOf(equals(bytes, ' ')) << 1;
+    signs = signs >> 16 | bitsOf(equals(bytes, '=')) << 1;
+    const unsigned odd = bitsOf((bytes >= 0x80) | isBetween(bytes, 0x09, 0x0D));
+    return (odd | (blanks & blanks >> 1) |
+            (signs & bitsOf(equals(bytes, '?')))) == 0;
+  };
+  if (text.size() < kVectorSize) {
+    char whole[kVectorSize] = {};
+    std::memcpy(whole, text.data(), text.size());
+    return isPlain(platform::internal::loadBytes(whole));
+  }
+  for (std::size_t at = 0; at + kVectorSize < text.size(); at += kVectorSize) {
+    if (!isPlain(platform::internal::loadBytes(text.data() + at))) return false;
+  }
+  blanks = signs = 0;  // the last bytes, some of them once more
+  return isPlain(
+      platform::internal::loadBytes(text.data() + text.size() - kVectorSize));
+}
+
+// Writes `name` in lower case to `room`, which has kVectorSize bytes more than
+// that; false if it has characters beyond ASCII.
+bool lowerASCII(std::string_view name, char* room) {
+  const auto lower = [](ByteVector bytes) {
+    const auto upper = reinterpret_cast<ByteVector>(isBetween(bytes, 'A', 'Z'));
+    return bytes | (upper & 0x20);
+  };
+  unsigned beyond = 0;
+  std::size_t at = 0;
+  for (; at + kVectorSize <= name.size(); at += kVectorSize) {
+    const ByteVector bytes = platform::internal::loadBytes(name.data() + at);
+    const ByteVector lowered = lower(bytes);
+    std::memcpy(room + at, &lowered, sizeof lowered);
+    beyond |= platform::internal::bitsOf(bytes >= 0x80);
+  }
+  char tail[kVectorSize] = {};
+  std::memcpy(tail, name.data() + at, name.size() - at);
+  const ByteVector bytes = platform::internal::loadBytes(tail);
+  const ByteVector lowered = lower(bytes);
+  std::memcpy(room + at, &lowered, sizeof lowered);
+  return (beyond | platform::internal::bitsOf(bytes >= 0x80)) == 0;
+}
+
 // The position of the first white space that is more than a lone " ", or the
 // end.
 std::size_t findWhiteSpaceToCollapse(std::string_view text, std::size_t from) {
-  const auto isOdd = [](ByteVector bytes) {
-    return isBetween(bytes, 0x09, 0x0D) | equals(bytes, 0xC2) |
-           isBetween(bytes, 0xE1, 0xE3);
-  };
-  std::size_t at = from;
-  while (at < text.size()) {
-    while (at + kVectorSize < text.size()) {
-      const ByteVector bytes = platform::internal::loadBytes(text.data() + at);
-      const ByteVector next =
-          platform::internal::loadBytes(text.data() + at + 1);
-      const unsigned bits = platform::internal::bitsOf(
-          isOdd(bytes) |
-          (equals(bytes, ' ') & (equals(next, ' ') | isOdd(next))));
-      if (bits != 0) {
-        at += static_cast<std::size_t>(std::countr_zero(bits));
-        break;
-      }
-      at += kVectorSize;
-    }
-    if (at == text.size()) break;
+  while (true) {
+    const std::size_t at = findWithNext(text, from, isSpaceToCollapse);
+    if (at == text.size()) return at;
     const std::size_t length = spaceLength(text, at);
     if (length != 0 && (text[at] != ' ' || spaceLength(text, at + 1) != 0)) {
       return at;
     }
-    at += length != 0 ? length : platform::codePointAt(text, at).size;
+    from = at + 1;
   }
-  return at;
 }
 
 // Makes every run of white space in `text` one blank; `from` is the first that
@@ -93,6 +158,13 @@ bool isLongEnough(std::string_view text) {
 }  // namespace
 
 std::size_t skipToNextNewline(std::string_view text, std::size_t at) {
+  // "\n" or "\r\n", and then a letter or the like: nearly every line.
+  const std::size_t usual =
+      at + static_cast<std::size_t>(byteAt(text, at) == '\r');
+  if (byteAt(text, usual) == '\n') {
+    const unsigned char next = byteAt(text, usual + 1);
+    if (next > 0x0D && next < 0x80) return usual + 1;
+  }
   unsigned seen = 0;
   while (const std::size_t length = newlineLength(text, at)) {
     const unsigned bit = newlineBit(text, at);
@@ -111,7 +183,10 @@ HeaderLine readHeaderLine(std::string_view text, std::size_t at) {
     line.kind = HeaderLine::Kind::kBlank;
     return line;
   }
-  if (const std::size_t blank = blankLength(all, 0)) {
+  const auto first = static_cast<unsigned char>(all.front());
+  const std::size_t blank =
+      first > ' ' && first < 0x80 ? 0 : blankLength(all, 0);
+  if (blank != 0) {
     line.kind = HeaderLine::Kind::kContinuation;
     line.hasValue = all.size() > blank;
     line.value = platform::internal::trimmedBlanks(all.substr(blank));
@@ -126,7 +201,7 @@ HeaderLine readHeaderLine(std::string_view text, std::size_t at) {
   line.name = all.substr(0, colon);
   if (colon == all.size()) return line;
   std::size_t start = colon + 1;
-  while (const std::size_t blank = blankLength(all, start)) start += blank;
+  while (const std::size_t length = blankLength(all, start)) start += length;
   line.value = all.substr(start);
   line.hasValue = isLongEnough(line.value);
   return line;
@@ -158,8 +233,8 @@ void PendingValue::extend(std::string_view trimmed, std::string_view text,
     }
   }
   own(capacity);
-  const bool isWord =
-      holdsEncodedWordOpening(trimmed) && isMimeEncodedString(trimmed);
+  const bool isWord = trimmed.find('?') != std::string_view::npos &&
+                      isMimeEncodedString(trimmed);
   if (!isWord) owned_.push_back(' ');
   owned_.append(trimmed);
   view_ = owned_;
@@ -200,6 +275,10 @@ bool PendingValue::spend(std::size_t bytes) {
 }
 
 void PendingValue::normaliseNow() {
+  if (isPlainValue(view_)) {
+    isCarried_ = isNormal_ = true;
+    return;
+  }
   const bool hasWords = holdsEncodedWordOpening(view_);
   if (hasWords && isCarried_ && !spend(view_.size())) {
     isNormal_ = true;
@@ -264,13 +343,11 @@ void HeaderBlockReader::flush() {
     return;
   }
   nameIsLowerCase_ = true;
-  if (platform::asciiPrefixLength(name_) == name_.size()) {
-    char* const room = table_.take(name_.size());
-    std::transform(name_.begin(), name_.end(), room, platform::asciiLower);
-    name_ = std::string_view(room, name_.size());
-  } else {
-    name_ = table_.store(platform::lowercased(name_));
-  }
+  char* const room = table_.take(name_.size() + kVectorSize);
+  const bool isASCII = lowerASCII(name_, room);
+  table_.giveBack(kVectorSize + (isASCII ? 0 : name_.size()));
+  name_ = isASCII ? std::string_view(room, name_.size())
+                  : table_.store(platform::lowercased(name_));
   name_ = table_.appendStored(name_, true, stored);
 }
 

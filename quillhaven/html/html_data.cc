@@ -27,7 +27,8 @@ class HTMLDataConverter {
   explicit HTMLDataConverter(std::string_view html) : html_(html) {
     const auto body = platform::findIgnoringCase(html, "<body");
     at_ = body ? body->position : 0;
-    out_.reserve((html.size() - at_) / 4);
+    // Room for more than nearly any document's text: growing would need more.
+    out_.reserve(html.size() - at_ + 16);
   }
 
   std::string convert() {
@@ -38,6 +39,7 @@ class HTMLDataConverter {
         readText();
       }
     }
+    if (out_.capacity() > 2 * out_.size()) out_.shrink_to_fit();
     return std::move(out_);
   }
 

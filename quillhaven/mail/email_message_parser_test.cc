@@ -113,6 +113,14 @@ TEST(Headers, StopCarryingWhatWouldGrowWithoutBound) {
   EXPECT_EQ(values->size(), 10000U);
   EXPECT_EQ(values->front().size(), 10002U);
   EXPECT_LT(values->back().size(), 11000U);
+
+  // Every field has the value of the first: together n squared too.
+  message = "Subject: " + std::string(100000, 'x') + "\n";
+  for (int i = 0; i < 10000; ++i) message += "Subject\n";
+  const auto subject = parsed(message + "\n").subject();
+  ASSERT_TRUE(subject);
+  EXPECT_GT(subject->size(), 1000000U);
+  EXPECT_LT(subject->size(), 6000000U);
 }
 
 TEST(Headers, EndAtABlankLineAndLoseTheLastFieldWithoutOne) {

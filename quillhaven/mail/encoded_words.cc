@@ -9,6 +9,7 @@
 #include "quillhaven/platform/text/internal/byte_scan.h"
 #include "quillhaven/platform/text/scanner.h"
 #include "quillhaven/platform/text/utf16.h"
+#include "quillhaven/platform/text/utf8.h"
 
 namespace quillhaven::mail {
 namespace {
@@ -129,9 +130,13 @@ class RunReader {
 };
 
 std::optional<std::string> decodedBRun(const Run& run) {
-  const auto bytes = internal::decodedBase64(run.text);
+  auto bytes = internal::decodedBase64(run.text);
   // A run that is no Base64 vanishes. Deliberate.
   if (!bytes) return std::string();
+  if (run.charset == platform::kStringEncodingUTF8) {
+    if (!platform::isValidUTF8(*bytes)) return std::nullopt;
+    return bytes;
+  }
   if (auto text = platform::textFromBytes(*bytes, run.charset)) return text;
   if (const auto others = alternativeTextEncodingsForEncoding(run.charset)) {
     for (const StringEncoding other : *others) {
@@ -142,15 +147,14 @@ std::optional<std::string> decodedBRun(const Run& run) {
 }
 
 // The text of a run, or nothing when it stays as it is.
-std::optional<std::string> decodedRun(const Run& run) {
-  return run.type == 'B' ? decodedBRun(run)
-                         : internal::decodedQWords(run.text, run.charset);
+std::optional<std::string> decodedRun(Run run) {
+  if (run.type == 'B') return decodedBRun(run);
+  return internal::decodedQWords(std::move(run.text), run.charset);
 }
 
-std::string replacingEverywhere(std::string text, std::string_view span,
+std::string replacingEverywhere(std::string_view text, std::string_view span,
                                 std::string_view replacement) {
   std::size_t at = text.find(span);
-  if (at == std::string::npos) return text;
   std::string out;
   out.reserve(text.size());
   std::size_t copied = 0;
@@ -158,7 +162,7 @@ std::string replacingEverywhere(std::string text, std::string_view span,
     out.append(text, copied, at - copied).append(replacement);
     copied = at + span.size();
   }
-  return out.append(text, copied);
+  return out.append(text.substr(copied));
 }
 
 // Replaces each run everywhere, one after the other; nothing when there are too
@@ -173,16 +177,20 @@ std::optional<std::string> decodingRunsEverywhere(std::string_view value) {
   std::vector<Replacement> replacements;
   std::size_t count = 0;
   RunReader runs(value);
-  while (const auto run = runs.next()) {
+  while (auto run = runs.next()) {
     if (++count > kMaximumLiteralRuns) return std::nullopt;
-    if (auto text = decodedRun(*run)) {
-      replacements.push_back(
-          {value.substr(run->start, run->end - run->start), *std::move(text)});
+    const std::string_view span =
+        value.substr(run->start, run->end - run->start);
+    if (auto text = decodedRun(*std::move(run))) {
+      replacements.push_back({span, *std::move(text)});
     }
   }
-  std::string out(value);
+  if (replacements.empty()) return std::string(value);
+  std::string out;
+  std::string_view before = value;
   for (const Replacement& r : replacements) {
-    out = replacingEverywhere(std::move(out), r.span, r.text);
+    out = replacingEverywhere(before, r.span, r.text);
+    before = out;
   }
   return out;
 }
@@ -192,11 +200,13 @@ std::string decodingRunsInPlace(std::string_view value) {
   out.reserve(value.size());
   std::size_t copied = 0;
   RunReader runs(value);
-  while (const auto run = runs.next()) {
-    const auto text = decodedRun(*run);
+  while (auto run = runs.next()) {
+    const std::size_t start = run->start;
+    const std::size_t end = run->end;
+    const auto text = decodedRun(*std::move(run));
     if (!text) continue;
-    out.append(value, copied, run->start - copied).append(*text);
-    copied = run->end;
+    out.append(value, copied, start - copied).append(*text);
+    copied = end;
   }
   return out.append(value.substr(copied));
 }

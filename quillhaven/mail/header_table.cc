@@ -60,7 +60,7 @@ HeaderTable& HeaderTable::operator=(const HeaderTable& other) {
 void HeaderTable::swap(HeaderTable& other) noexcept {
   std::swap(blocks_, other.blocks_);
   std::swap(room_, other.room_);
-  std::swap(entries_, other.entries_);
+  std::swap(runs_, other.runs_);
   std::swap(fields_, other.fields_);
   std::swap(smallSlots_, other.smallSlots_);
   std::swap(slots_, other.slots_);
@@ -74,12 +74,12 @@ std::optional<HeaderTable::Values> HeaderTable::find(
 }
 
 void HeaderTable::append(std::string_view name, std::string_view value) {
-  const std::string_view stored = store(value);
-  appendStored(indexOf(name) == kNone ? store(name) : name, false, stored);
+  const bool isNew = indexOf(name) == kNone;
+  add(isNew ? store(name) : name, isNew, value, false);
 }
 
 char* HeaderTable::takeAligned(std::size_t size) {
-  constexpr std::size_t kAlignment = alignof(Entry);
+  constexpr std::size_t kAlignment = alignof(Run);
   static_assert(alignof(Field) == kAlignment);
   const auto unaligned =
       static_cast<std::size_t>(reinterpret_cast<std::uintptr_t>(room_.start)) %
@@ -107,27 +107,35 @@ std::string_view HeaderTable::store(std::string_view text) {
   return {room, text.size()};
 }
 
-std::string_view HeaderTable::appendStored(std::string_view name,
-                                           bool nameIsStored,
-                                           std::string_view storedValue) {
+HeaderTable::Stored HeaderTable::add(std::string_view name, bool nameIsStored,
+                                     std::string_view value,
+                                     bool valueIsStored) {
+  const auto runOf = [](std::string_view text) {
+    return Run{text.data(), static_cast<std::uint32_t>(text.size()), 1, kNone};
+  };
   const std::uint64_t hash = hashOf(name);
   const std::uint32_t known = indexOf(name, hash);
-  if (known != kNone && nameIsStored) giveBack(name.size());
-  const std::uint32_t entry = entries_.size();
-  entries_.push(*this, {storedValue.data(),
-                        static_cast<std::uint32_t>(storedValue.size()), kNone});
-  if (known != kNone) {
-    Field& field = fields_[known];
-    entries_[field.last].next = entry;
-    field.last = entry;
-    ++field.count;
-    return nameAt(known);
+  if (known == kNone) {
+    if (!valueIsStored) value = store(value);
+    const std::uint32_t added = fields_.size();
+    fields_.push(*this, {name.data(), static_cast<std::uint32_t>(name.size()),
+                         1, runOf(value), kNone});
+    addToIndex(added, hash);
+    return {name, value};
   }
-  const std::uint32_t added = fields_.size();
-  fields_.push(*this, {name.data(), static_cast<std::uint32_t>(name.size()),
-                       entry, entry, 1});
-  addToIndex(added, hash);
-  return nameAt(added);
+
+  if (nameIsStored) giveBack(name.size());
+  Field& field = fields_[known];
+  ++field.count;
+  Run& last = field.lastRun == kNone ? field.first : runs_[field.lastRun];
+  if (std::string_view(last.text, last.size) == value) {
+    ++last.count;
+    return {nameAt(known), {last.text, last.size}};
+  }
+  if (!valueIsStored) value = store(value);
+  last.next = field.lastRun = runs_.size();
+  runs_.push(*this, runOf(value));
+  return {nameAt(known), value};
 }
 
 std::uint32_t HeaderTable::indexOf(std::string_view name) const {

@@ -22,15 +22,18 @@ class HeaderBlockReader;
 }
 
 // Owns its texts in a few large blocks, so that a field costs no allocation and
-// a million of them little more than their bytes. The string views it hands out
-// live as long as the table, also when it moves or grows; `Values` only until
-// it does. A table that nobody changes may be read by several threads.
+// a million of them little more than their bytes; equal values in a row are
+// kept once. The string views it hands out live as long as the table, also when
+// it moves or grows; `Values` only until it does. A table that nobody changes
+// may be read by several threads.
 class HeaderTable {
   static constexpr std::uint32_t kNone = 0xFFFFFFFF;
-  struct Entry {
+  // Equal values of a field that follow one another, as one.
+  struct Run {
     const char* text;
     std::uint32_t size;
-    std::uint32_t next;  // the next entry of the same field, or kNone
+    std::uint32_t count;
+    std::uint32_t next;  // the next run of the same field, or kNone
   };
   // An array whose elements stay where they are. Its memory comes from the
   // table's blocks, first for a few elements, at last for 4096 at a time.
@@ -73,13 +76,13 @@ class HeaderTable {
     std::vector<Element*> large_;
     std::uint32_t size_ = 0;
   };
-  using Entries = Array<Entry>;
+  using Runs = Array<Run>;
   struct Field {
     const char* name;
     std::uint32_t nameSize;
-    std::uint32_t first;  // entries
-    std::uint32_t last;
-    std::uint32_t count;
+    std::uint32_t count;    // values
+    Run first;              // most fields have no more
+    std::uint32_t lastRun;  // in the array of runs, or kNone for `first`
   };
 
  public:
@@ -94,37 +97,51 @@ class HeaderTable {
       using reference = std::string_view;
       using pointer = void;
 
-      std::string_view operator*() const {
-        return {(*entries_)[at_].text, (*entries_)[at_].size};
-      }
+      std::string_view operator*() const { return {run_->text, run_->size}; }
       Iterator& operator++() {
-        at_ = (*entries_)[at_].next;
+        --left_;
+        if (--leftInRun_ == 0 && left_ != 0) {
+          run_ = &(*runs_)[run_->next];
+          leftInRun_ = run_->count;
+        }
         return *this;
       }
-      bool operator==(const Iterator& other) const { return at_ == other.at_; }
-      bool operator!=(const Iterator& other) const { return at_ != other.at_; }
+      bool operator==(const Iterator& other) const {
+        return left_ == other.left_;
+      }
+      bool operator!=(const Iterator& other) const {
+        return left_ != other.left_;
+      }
 
      private:
       friend class Values;
-      Iterator(const Entries* entries, std::uint32_t at)
-          : entries_(entries), at_(at) {}
-      const Entries* entries_;
-      std::uint32_t at_;
+      Iterator(const Runs* runs, const Field* field, std::uint32_t left)
+          : runs_(runs),
+            run_(&field->first),
+            left_(left),
+            leftInRun_(field->first.count) {}
+      const Runs* runs_;
+      const Run* run_;
+      std::uint32_t left_;
+      std::uint32_t leftInRun_;
     };
 
-    [[nodiscard]] Iterator begin() const { return {entries_, field_->first}; }
-    [[nodiscard]] Iterator end() const { return {entries_, kNone}; }
+    [[nodiscard]] Iterator begin() const {
+      return {runs_, field_, field_->count};
+    }
+    [[nodiscard]] Iterator end() const { return {runs_, field_, 0}; }
     [[nodiscard]] std::size_t size() const { return field_->count; }
     [[nodiscard]] std::string_view front() const { return *begin(); }
     [[nodiscard]] std::string_view back() const {
-      return *Iterator(entries_, field_->last);
+      const Run& last =
+          field_->lastRun == kNone ? field_->first : (*runs_)[field_->lastRun];
+      return {last.text, last.size};
     }
 
    private:
     friend class HeaderTable;
-    Values(const Entries* entries, const Field* field)
-        : entries_(entries), field_(field) {}
-    const Entries* entries_;
+    Values(const Runs* runs, const Field* field) : runs_(runs), field_(field) {}
+    const Runs* runs_;
     const Field* field_;
   };
 
@@ -151,7 +168,7 @@ class HeaderTable {
     return {field.name, field.nameSize};
   }
   [[nodiscard]] Values valuesAt(std::size_t index) const {
-    return {&entries_, &fields_[static_cast<std::uint32_t>(index)]};
+    return {&runs_, &fields_[static_cast<std::uint32_t>(index)]};
   }
 
   // Adds `value` at the end of the array under `name`; both are copied.
@@ -177,11 +194,16 @@ class HeaderTable {
   void addBlock(std::size_t size);
   std::string_view store(std::string_view text);
 
-  // Adds a value that store() or take() holds already, and returns the name as
-  // the table keeps it. With `nameIsStored`, the name was put into the room
-  // given out last, which is freed if the name is known.
-  std::string_view appendStored(std::string_view name, bool nameIsStored,
-                                std::string_view storedValue);
+  // A name and a value as the table keeps them.
+  struct Stored {
+    std::string_view name;
+    std::string_view value;
+  };
+  // Adds a value. With `nameIsStored`, the name was put into the room given out
+  // last, which is freed if the name is known; with `valueIsStored`, the table
+  // holds the value's text already.
+  Stored add(std::string_view name, bool nameIsStored, std::string_view value,
+             bool valueIsStored);
 
   // Returns the number of the field called `name`, or kNone.
   [[nodiscard]] std::uint32_t indexOf(std::string_view name) const;
@@ -196,7 +218,7 @@ class HeaderTable {
     std::size_t size = 0;
   };
   Room room_;
-  Entries entries_;
+  Runs runs_;
   Array<Field> fields_;
   // Open addressing over the numbers of the fields: for few fields those plus
   // one, 0 being free; else in slots_, kNone being free.

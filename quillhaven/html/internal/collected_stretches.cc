@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "quillhaven/platform/text/scanner.h"
@@ -70,9 +71,9 @@ bool occursInsideLaterStretch(std::string_view text,
       if (at == 0) marks.push_back({hash, marks.size()});
     });
   }
-  std::stable_sort(
-      marks.begin(), marks.end(),
-      [](const Mark& a, const Mark& b) { return a.hash < b.hash; });
+  std::sort(marks.begin(), marks.end(), [](const Mark& a, const Mark& b) {
+    return std::tie(a.hash, a.order) < std::tie(b.hash, b.order);
+  });
   const auto firstOrder =
       [&](std::uint64_t hash) -> std::optional<std::size_t> {
     const auto found =

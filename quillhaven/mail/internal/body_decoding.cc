@@ -18,20 +18,6 @@ using platform::StringEncoding;
 constexpr std::string_view kCommentStart = "<!--";
 constexpr std::string_view kCommentEnd = "-->";
 
-// The text of Base64 bytes in `charset` or, if they do not convert, in ASCII.
-std::optional<DecodedBody> textOfBytes(std::string bytes,
-                                       StringEncoding charset) {
-  if (charset == platform::kStringEncodingUTF8 &&
-      platform::isValidUTF8(bytes)) {
-    return DecodedBody::owning(std::move(bytes));
-  }
-  if (auto text = platform::textFromBytes(bytes, charset)) {
-    return DecodedBody::owning(*std::move(text));
-  }
-  if (platform::asciiPrefixLength(bytes) != bytes.size()) return std::nullopt;
-  return DecodedBody::owning(std::move(bytes));
-}
-
 // The next comment that counts. One that is empty ("<!---->"), and an opening
 // that ends the text, do not; one that is never closed reaches to the end.
 std::optional<html::internal::Stretch> nextComment(std::string_view html,
@@ -109,7 +95,9 @@ std::optional<DecodedBody> decodedBody(std::string_view text,
         logUndecodableBase64();
         return std::nullopt;
       }
-      return textOfBytes(*std::move(bytes), charset);
+      auto decoded = textOfDecodedBytes(*std::move(bytes), charset);
+      if (!decoded) return std::nullopt;
+      return DecodedBody::owning(*std::move(decoded));
     }
     case ContentTransferEncoding::Unknown:
       break;

@@ -275,7 +275,7 @@ bool PendingValue::spend(std::size_t bytes) {
 }
 
 void PendingValue::normaliseNow() {
-  if (isPlainValue(view_)) {
+  if (view_.empty() || isPlainValue(view_)) {
     isCarried_ = isNormal_ = true;
     return;
   }
@@ -325,30 +325,36 @@ std::size_t HeaderBlockReader::read(std::string_view text, std::size_t at,
 
 void HeaderBlockReader::readField(const HeaderLine& line) {
   name_ = line.name;
-  nameIsLowerCase_ = false;
+  nameIsStored_ = false;
   if (line.hasValue) value_.set(line.value);
 }
 
 void HeaderBlockReader::flush() {
   if (name_.empty()) return;
-  std::string_view stored;
-  if (value_.exists()) {
-    value_.normalise();
-    const std::string_view value = value_.settled();
-    stored = value_.isStored() ? value : table_.store(value);
-    value_.moveTo(stored);
+  if (value_.exists()) value_.normalise();
+  std::string_view value = value_.settled();
+  const bool isCarried = value_.isStored();
+  if (isCarried && value.size() > carryingLeft_) {
+    value = {};
+  } else if (isCarried) {
+    carryingLeft_ -= value.size();
   }
-  if (nameIsLowerCase_) {
-    table_.appendStored(name_, false, stored);
-    return;
-  }
-  nameIsLowerCase_ = true;
+  const bool nameIsNew = !nameIsStored_;
+  if (nameIsNew) storeName();
+  const auto stored =
+      table_.add(name_, nameIsNew, value, isCarried || value.empty());
+  name_ = stored.name;
+  if (value_.exists() && !isCarried) value_.moveTo(stored.value);
+}
+
+// Puts the name into the table's room, in lower case.
+void HeaderBlockReader::storeName() {
+  nameIsStored_ = true;
   char* const room = table_.take(name_.size() + kVectorSize);
   const bool isASCII = lowerASCII(name_, room);
   table_.giveBack(kVectorSize + (isASCII ? 0 : name_.size()));
   name_ = isASCII ? std::string_view(room, name_.size())
                   : table_.store(platform::lowercased(name_));
-  name_ = table_.appendStored(name_, true, stored);
 }
 
 PartHeader readPartHeader(std::string_view block, std::size_t at,

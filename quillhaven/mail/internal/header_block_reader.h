@@ -9,6 +9,7 @@
 #ifndef QUILLHAVEN_MAIL_INTERNAL_HEADER_BLOCK_READER_H_
 #define QUILLHAVEN_MAIL_INTERNAL_HEADER_BLOCK_READER_H_
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -42,10 +43,15 @@ struct HeaderLine {
 // Reads the line that starts at `at`, before the end of `text`.
 [[nodiscard]] HeaderLine readHeaderLine(std::string_view text, std::size_t at);
 
-// Copying carried values, those stored with more than one field, may take this
-// many bytes in a block, or as many as the message has if that is more; then
-// they are carried as they stand. Only made-up messages reach that.
+// Carried values, those stored with more than one field, are limited in what
+// they add to a block, so that no message makes a table that grows faster than
+// itself. Only made-up messages reach the limits. What is copied, because a
+// further line changes it or it is decoded once more, may take as many bytes as
+// the message, but at least kLeastCarriedBytes; beyond, values are carried as
+// they stand. All that is carried may come to kMaximumCarrying times that;
+// beyond, fields without a value of their own have the empty one.
 inline constexpr std::size_t kLeastCarriedBytes = std::size_t{1} << 18;
+inline constexpr std::size_t kMaximumCarrying = 16;
 
 // The pending value of a block.
 class PendingValue {
@@ -104,14 +110,19 @@ class HeaderBlockReader {
 
  private:
   HeaderBlockReader(std::size_t sizeOfText, HeaderTable& table)
-      : table_(table), value_(sizeOfText) {}
+      : table_(table),
+        value_(sizeOfText),
+        carryingLeft_(kMaximumCarrying *
+                      std::max(sizeOfText, kLeastCarriedBytes)) {}
   void readField(const HeaderLine& line);
   void flush();
+  void storeName();
 
   HeaderTable& table_;
   std::string_view name_;
-  bool nameIsLowerCase_ = false;
+  bool nameIsStored_ = false;  // and in lower case
   PendingValue value_;
+  std::size_t carryingLeft_;
 };
 
 // The fields of a part's header that matter: the last of each.

@@ -243,15 +243,14 @@ std::string decodedQuotedPrintable(std::string_view text,
   return decoded ? *std::move(decoded) : std::string(text);
 }
 
-std::optional<std::string> decodedQWords(std::string_view text,
+std::optional<std::string> decodedQWords(std::string text,
                                          StringEncoding charset) {
   const bool keepsPercent = isKnown(charset);
-  std::string bytes;
-  bytes.reserve(text.size());
-  // The same as characters of Mac OS Roman; only kept once `text` has some of
-  // its own beyond ASCII.
   const bool isASCII = platform::asciiPrefixLength(text) == text.size();
+  // The bytes take the place of the text that they are read from. The same as
+  // characters of Mac OS Roman are only kept if the text has some of its own.
   std::string characters;
+  std::size_t size = 0;
   for (std::size_t at = 0; at < text.size(); ++at) {
     char c = text[at];
     if (c == '%' && !keepsPercent) continue;
@@ -269,16 +268,27 @@ std::optional<std::string> decodedQWords(std::string_view text,
     } else if (!isASCII) {
       characters.push_back(c);
     }
-    bytes.push_back(c);
+    text[size++] = c;
   }
+  text.resize(size);
   if (!isASCII) {
-    bytes =
+    text =
         platform::bytesFromText(characters, platform::kStringEncodingMacRoman)
             .value_or(characters);
   }
-  bytes.resize(std::min(bytes.size(), bytes.find('\0')));
-  if (auto decoded = platform::textFromBytes(bytes, charset)) return decoded;
-  return platform::textFromBytes(bytes, platform::kStringEncodingASCII);
+  text.resize(std::min(text.size(), text.find('\0')));
+  return textOfDecodedBytes(std::move(text), charset);
+}
+
+std::optional<std::string> textOfDecodedBytes(std::string bytes,
+                                              StringEncoding charset) {
+  if (charset == platform::kStringEncodingUTF8 &&
+      platform::isValidUTF8(bytes)) {
+    return bytes;
+  }
+  if (auto text = platform::textFromBytes(bytes, charset)) return text;
+  if (platform::asciiPrefixLength(bytes) != bytes.size()) return std::nullopt;
+  return bytes;
 }
 
 }  // namespace quillhaven::mail::internal

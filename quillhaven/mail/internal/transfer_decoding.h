@@ -30,7 +30,12 @@ namespace quillhaven::mail::internal {
 // Roman bytes, or all as UTF-8 if that set lacks one; a zero byte ends the
 // text.
 [[nodiscard]] std::optional<std::string> decodedQWords(
-    std::string_view text, platform::StringEncoding charset);
+    std::string text, platform::StringEncoding charset);
+
+// Returns the text of `bytes` in `charset` or, if they do not convert, in
+// ASCII; nothing if that fails too.
+[[nodiscard]] std::optional<std::string> textOfDecodedBytes(
+    std::string bytes, platform::StringEncoding charset);
 
 }  // namespace quillhaven::mail::internal
 

@@ -1,0 +1,76 @@
+// The operations of `quillhaven eval`: how one reads its arguments and writes
+// its result, and the tables of the families.
+#ifndef QUILLHAVEN_CLI_EVAL_OPERATION_H_
+#define QUILLHAVEN_CLI_EVAL_OPERATION_H_
+
+#include <cstdint>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "cli/json_writer.h"
+
+namespace quillhaven::cli {
+
+// An input line that cannot be answered with a result; its text is the answer.
+class EvalError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// The arguments of one input line. Each call throws EvalError when the argument
+// is missing or of another type; an optional one may be missing or null. Views
+// live as long as the line's object.
+class Arguments {
+ public:
+  // `object` outlives the arguments.
+  explicit Arguments(const nlohmann::json& object) : object_(object) {}
+
+  // The argument "text".
+  [[nodiscard]] std::string_view text() const { return string("text"); }
+
+  [[nodiscard]] std::string_view string(std::string_view name) const;
+  // A string or null; must be there.
+  [[nodiscard]] std::optional<std::string_view> stringOrNull(
+      std::string_view name) const;
+  [[nodiscard]] std::optional<std::string_view> optionalString(
+      std::string_view name) const;
+  [[nodiscard]] std::optional<bool> optionalBool(std::string_view name) const;
+  // A whole number from 0 to 2^32 - 1.
+  [[nodiscard]] std::uint32_t uint32(std::string_view name) const;
+  // The bytes of an argument in Base64 (RFC 4648, section 4), padded.
+  [[nodiscard]] std::string base64(std::string_view name) const;
+
+ private:
+  [[nodiscard]] const nlohmann::json& required(std::string_view name) const;
+  [[nodiscard]] const nlohmann::json* optional(std::string_view name) const;
+
+  const nlohmann::json& object_;
+};
+
+// One operation: writes exactly one value. What it throws is reported.
+struct EvalOperation {
+  std::string_view name;
+  void (*run)(const Arguments& arguments, JsonWriter& result);
+};
+
+// An operation that calls `function` with the argument "text".
+template <auto function>
+void onText(const Arguments& arguments, JsonWriter& result) {
+  result.value(function(arguments.text()));
+}
+
+// The families; each is listed in eval_command.cc.
+std::span<const EvalOperation> mailOperations();
+std::span<const EvalOperation> htmlOperations();
+
+// Returns the bytes that `text` encodes, or nothing when it is not Base64 with
+// the standard alphabet and its padding, or holds anything else.
+[[nodiscard]] std::optional<std::string> bytesFromBase64(std::string_view text);
+
+}  // namespace quillhaven::cli
+
+#endif  // QUILLHAVEN_CLI_EVAL_OPERATION_H_

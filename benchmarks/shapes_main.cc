@@ -1,0 +1,453 @@
+// Runs the parser and the text operations on input made to hurt and shows how
+// time and memory grow with its size.
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <limits>
+#include <optional>
+
+#include "benchmarks/heap_counter.h"
+#include "benchmarks/measure.h"
+#include "benchmarks/report.h"
+#include "benchmarks/shapes.h"
+#include "quillhaven/html/html_data.h"
+#include "quillhaven/html/html_entities.h"
+#include "quillhaven/html/html_text.h"
+#include "quillhaven/mail/email_message_parser.h"
+#include "quillhaven/platform/base/log.h"
+
+namespace quillhaven::benchmarks {
+namespace {
+
+constexpr std::size_t kKiB = 1024;
+constexpr std::size_t kMiB = 1024 * kKiB;
+constexpr std::size_t kSmallestSize = 64 * kKiB;
+constexpr std::size_t kSmallestDoubledSize = 256 * kKiB;
+constexpr double kShortestDoubledSeconds = 0.001;
+
+// What the product asks for.
+constexpr double kLargestFactor = 2.3;
+constexpr std::size_t kLargestMemoryFactor = 4;
+constexpr std::size_t kMemoryAllowance = kMiB;
+
+// How often a course is measured again where a doubling looks too slow.
+constexpr int kRetries = 4;
+
+// A size that takes longer is the last one that is tried.
+constexpr double kPatienceSeconds = 10;
+
+struct Options {
+  std::size_t maximumSize = 16 * kMiB;
+  std::string only;  // part of the name of a shape or operation
+  std::string markdownFile;
+};
+
+// Something that reads a text; `run` returns the size of the result in bytes,
+// or another figure that depends on it. Where `runForMemory` is given, time is
+// that of `run` and memory that of `runForMemory`.
+struct Operation {
+  std::string_view name;
+  std::size_t (*run)(std::string_view text);
+  std::size_t (*runForMemory)(std::string_view text) = nullptr;
+};
+
+// Returns the number of distinct fields, at least one, or 0 when the message is
+// refused.
+std::size_t parse(std::string_view text) {
+  const auto message = mail::EmailMessageParser::parserWithData(text);
+  return message ? message->headerDictionary().size() : 0;
+}
+
+// The same with the addresses, which are made anew whenever they are asked for.
+std::size_t parseAndReadAddresses(std::string_view text) {
+  const auto message = mail::EmailMessageParser::parserWithData(text);
+  if (!message) return 0;
+  return message->headerDictionary().size() + message->from().size() +
+         message->to().size() + message->replyTo().size();
+}
+
+constexpr Operation kParse = {"parserWithData", parseAndReadAddresses, parse};
+
+constexpr Operation kTextOperations[] = {
+    {"stringByConvertingHTMLToPlainText",
+     [](std::string_view text) {
+       return html::stringByConvertingHTMLToPlainText(text).size();
+     }},
+    {"stringWithHTMLText",
+     [](std::string_view text) {
+       return html::stringWithHTMLText(text).size();
+     }},
+    {"stringByStrippingTags",
+     [](std::string_view text) {
+       return html::stringByStrippingTags(text).size();
+     }},
+    {"stringByLinkifyingURLs",
+     [](std::string_view text) {
+       return html::stringByLinkifyingURLs(text).size();
+     }},
+    {"stringWithNewLinesAsBRs",
+     [](std::string_view text) {
+       return html::stringWithNewLinesAsBRs(text).size();
+     }},
+    {"stringByConvertingPlainTextToHTML",
+     [](std::string_view text) {
+       return html::stringByConvertingPlainTextToHTML(text).size();
+     }},
+    {"stringByRemovingNewLinesAndWhitespace",
+     [](std::string_view text) {
+       return html::stringByRemovingNewLinesAndWhitespace(text).size();
+     }},
+    {"gtm_stringByUnescapingFromHTML",
+     [](std::string_view text) {
+       return html::gtm_stringByUnescapingFromHTML(text).size();
+     }},
+    {"gtm_stringByEscapingForAsciiHTML",
+     [](std::string_view text) {
+       return html::gtm_stringByEscapingForAsciiHTML(text).size();
+     }},
+    {"dictionaryOfAttributesFromTag",
+     [](std::string_view text) -> std::size_t {
+       const auto attributes = html::dictionaryOfAttributesFromTag(text);
+       return attributes ? attributes->size() : 0;
+     }},
+    {"containsHTMLTag",
+     [](std::string_view text) -> std::size_t {
+       return html::containsHTMLTag(text) ? 1 : 0;
+     }},
+    {"peekNextTag",
+     [](std::string_view text) -> std::size_t {
+       const auto tag = html::peekNextTag(platform::Scanner(text));
+       return tag ? tag->size() : 0;
+     }},
+};
+
+struct Sample {
+  std::size_t requestedSize = 0;  // a power of two, in bytes
+  std::size_t size = 0;           // of the text
+  double seconds = 0;
+  std::size_t peak = 0;    // bytes, those of the text included
+  std::size_t result = 0;  // what the operation returned
+};
+
+// Returns the best time of a few runs, fewer the longer they take.
+double bestSeconds(const Operation& operation, std::string_view text) {
+  double best = 0;
+  double total = 0;
+  for (int run = 0; run < 5 || total < 0.02; ++run) {
+    const double start = threadSeconds();
+    keep(operation.run(text));
+    const double elapsed = threadSeconds() - start;
+    best = run == 0 ? elapsed : std::min(best, elapsed);
+    total += elapsed;
+    if (run >= 1 && total > 1) break;
+    if (elapsed > kPatienceSeconds) break;
+  }
+  return best;
+}
+
+Sample sampleOf(const Operation& operation, std::string_view text) {
+  Sample sample;
+  sample.size = text.size();
+  resetHeapPeak();
+  const std::size_t before = heapInUse();
+  const auto run = operation.runForMemory != nullptr ? operation.runForMemory
+                                                     : operation.run;
+  sample.result = run(text);
+  sample.peak = heapPeak() - before + text.size();
+  sample.seconds = bestSeconds(operation, text);
+  return sample;
+}
+
+// How one operation takes one shape at doubling sizes.
+struct Course {
+  std::string shape;
+  std::vector<Sample> samples;
+  double nanosecondsPerByte = 0;  // at 1 MiB, or the largest size below
+  std::optional<double> factor;   // the largest; nothing when all is too short
+  double memoryFactor = 0;        // at the largest size
+  double resultFactor = 0;        // size of the result / size, there as well
+  bool isLinear = true;
+  bool isSmall = true;
+  bool isComplete = true;  // false when patience ended it
+};
+
+double factorAt(const Course& course, std::size_t index) {
+  return course.samples[index].seconds / course.samples[index - 1].seconds;
+}
+
+bool countsAsDoubling(const Course& course, std::size_t index) {
+  const Sample& smaller = course.samples[index - 1];
+  return smaller.size >= kSmallestDoubledSize &&
+         smaller.seconds >= kShortestDoubledSeconds;
+}
+
+void sumUp(Course& course) {
+  for (std::size_t i = 0; i < course.samples.size(); ++i) {
+    const Sample& sample = course.samples[i];
+    const auto size = static_cast<double>(sample.size);
+    if (i == 0 || sample.size < kMiB + kMiB / 2) {
+      course.nanosecondsPerByte = sample.seconds * 1e9 / size;
+    }
+    course.memoryFactor = static_cast<double>(sample.peak) / size;
+    course.resultFactor = static_cast<double>(sample.result) / size;
+    if (sample.peak > kLargestMemoryFactor * sample.size + kMemoryAllowance) {
+      course.isSmall = false;
+    }
+    if (i == 0 || !countsAsDoubling(course, i)) continue;
+    course.factor = std::max(course.factor.value_or(0), factorAt(course, i));
+  }
+  course.isLinear = course.factor.value_or(0) <= kLargestFactor;
+}
+
+bool looksTooSlow(const Course& course, std::size_t index) {
+  return countsAsDoubling(course, index) &&
+         factorAt(course, index) > kLargestFactor;
+}
+
+// Noise can only add time, and it comes in spells that last longer than one
+// size. Where a doubling looks too slow, all sizes are measured again, from the
+// smallest to the largest, and the best of each counts.
+void measureAgain(const Operation& operation, const Shape& shape,
+                  Course& course) {
+  std::vector<Sample>& samples = course.samples;
+  for (int retry = 0; retry < kRetries; ++retry) {
+    bool isSuspicious = false;
+    for (std::size_t i = 1; i < samples.size(); ++i) {
+      isSuspicious |= looksTooSlow(course, i);
+    }
+    if (!isSuspicious) return;
+    for (Sample& sample : samples) {
+      // What takes seconds is beyond the reach of noise.
+      if (sample.seconds > kPatienceSeconds / 10) break;
+      const std::string text = shape.make(sample.requestedSize);
+      sample.seconds = std::min(sample.seconds, bestSeconds(operation, text));
+    }
+  }
+}
+
+Course courseOf(const Operation& operation, const Shape& shape,
+                std::size_t maximumSize) {
+  Course course;
+  course.shape = shape.name;
+  for (std::size_t size = kSmallestSize; size <= maximumSize; size *= 2) {
+    course.samples.push_back(sampleOf(operation, shape.make(size)));
+    course.samples.back().requestedSize = size;
+    if (course.samples.back().seconds > kPatienceSeconds) {
+      course.isComplete = size * 2 > maximumSize;
+      break;
+    }
+  }
+  measureAgain(operation, shape, course);
+  sumUp(course);
+  return course;
+}
+
+bool isMet(const Course& course) {
+  return course.isLinear && course.isSmall && course.isComplete;
+}
+
+std::string shownSize(std::size_t size) {
+  return size >= kMiB ? std::to_string(size / kMiB) + " MiB"
+                      : std::to_string(size / kKiB) + " KiB";
+}
+
+std::string shownFactor(const Course& course) {
+  return course.factor ? fixed(*course.factor, 2) : "under 1 ms";
+}
+
+std::string shownMark(const Course& course) {
+  std::string text(mark(isMet(course)));
+  if (course.samples.back().result == 0) text += ", refused";
+  if (!course.isComplete) {
+    text += ", gave up at " + shownSize(course.samples.back().requestedSize);
+  }
+  return text;
+}
+
+// Every size of one course, for a closer look.
+std::string detailsOf(const Operation& operation, const Course& course) {
+  Table table;
+  table.title = std::string(operation.name) + " on " + course.shape;
+  table.columns = {"size", "ms", "ns/byte", "factor", "memory / size"};
+  for (std::size_t i = 0; i < course.samples.size(); ++i) {
+    const Sample& sample = course.samples[i];
+    const auto size = static_cast<double>(sample.size);
+    table.rows.push_back({shownSize(sample.requestedSize),
+                          fixed(sample.seconds * 1e3, 3),
+                          threeDigits(sample.seconds * 1e9 / size),
+                          i == 0 ? "" : fixed(factorAt(course, i), 2),
+                          fixed(static_cast<double>(sample.peak) / size, 2)});
+  }
+  return tableAsText(table) + '\n';
+}
+
+bool isWanted(const Options& options, std::string_view name) {
+  return options.only.empty() || name.find(options.only) != std::string::npos;
+}
+
+std::string requirement() {
+  return "Required: a factor of at most " + fixed(kLargestFactor, 1) +
+         " and memory of at most " + std::to_string(kLargestMemoryFactor) +
+         " times the size and 1 MiB.";
+}
+
+Table messageTable(const Options& options) {
+  Table table;
+  table.title = "Hostile messages";
+  table.caption =
+      "parserWithData on messages from " + shownSize(kSmallestSize) + " to " +
+      shownSize(options.maximumSize) +
+      ", with the addresses of From, To and Reply-To in the time but not in "
+      "the memory. " +
+      requirement();
+  table.columns = {"shape",         "ns/byte at 1 MiB", "largest factor",
+                   "memory / size", "required",         "what it is"};
+  for (const Shape& shape : hostileMessages()) {
+    if (!isWanted(options, shape.name) && !isWanted(options, kParse.name)) {
+      continue;
+    }
+    showProgress("parserWithData on " + shape.name);
+    const Course course = courseOf(kParse, shape, options.maximumSize);
+    showProgress("");
+    if (!options.only.empty()) std::cout << detailsOf(kParse, course);
+    table.rows.push_back({shape.name, threeDigits(course.nanosecondsPerByte),
+                          shownFactor(course), fixed(course.memoryFactor, 2),
+                          shownMark(course), shape.description});
+  }
+  return table;
+}
+
+// The course of `courses` with the largest figure.
+template <typename Figure>
+const Course& worst(const std::vector<Course>& courses, Figure figure) {
+  return *std::max_element(courses.begin(), courses.end(),
+                           [&figure](const Course& a, const Course& b) {
+                             return figure(a) < figure(b);
+                           });
+}
+
+std::vector<std::string> operationRow(const Operation& operation,
+                                      const std::vector<Course>& courses) {
+  const Course& slowest =
+      worst(courses, [](const Course& c) { return c.nanosecondsPerByte; });
+  const Course& steepest =
+      worst(courses, [](const Course& c) { return c.factor.value_or(0); });
+  const Course& largest =
+      worst(courses, [](const Course& c) { return c.memoryFactor; });
+  const auto met = std::count_if(courses.begin(), courses.end(), isMet);
+  const bool allMet = met == static_cast<std::ptrdiff_t>(courses.size());
+  std::string marked(mark(allMet));
+  if (!allMet) {
+    marked +=
+        " in " + std::to_string(courses.size() - static_cast<std::size_t>(met));
+    for (const Course& course : courses) {
+      if (!isMet(course)) marked += ", " + course.shape;
+    }
+  }
+  return {std::string(operation.name),
+          threeDigits(slowest.nanosecondsPerByte) + " (" + slowest.shape + ")",
+          steepest.factor ? shownFactor(steepest) + " (" + steepest.shape + ")"
+                          : shownFactor(steepest),
+          fixed(largest.memoryFactor, 2) + " (" + largest.shape + ")",
+          fixed(largest.resultFactor, 2),
+          marked};
+}
+
+Table operationTable(const Options& options) {
+  Table table;
+  table.title = "Hostile texts";
+  table.caption = "Each operation on " + std::to_string(hostileTexts().size()) +
+                  " texts from " + shownSize(kSmallestSize) + " to " +
+                  shownSize(options.maximumSize) +
+                  "; shown is the worst of them. " + requirement();
+  table.columns = {"operation",     "ns/byte at 1 MiB",  "largest factor",
+                   "memory / size", "its result / size", "required"};
+  for (const Operation& operation : kTextOperations) {
+    std::vector<Course> courses;
+    for (const Shape& shape : hostileTexts()) {
+      if (!isWanted(options, shape.name) &&
+          !isWanted(options, operation.name)) {
+        continue;
+      }
+      showProgress(std::string(operation.name) + " on " + shape.name);
+      courses.push_back(courseOf(operation, shape, options.maximumSize));
+      showProgress("");
+      if (!options.only.empty()) {
+        std::cout << detailsOf(operation, courses.back());
+      }
+    }
+    if (!courses.empty())
+      table.rows.push_back(operationRow(operation, courses));
+  }
+  return table;
+}
+
+// Makes malloc() keep what is freed. Otherwise blocks above a certain size, and
+// no others, come from the system afresh every time, and the cost of their
+// pages makes a step in the times that has nothing to do with the code.
+void keepFreedMemory() {
+  mallopt(M_MMAP_MAX, 0);
+  mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+}
+
+int run(const Options& options) {
+  keepFreedMemory();
+  platform::setLogSink([](const platform::LogMessage&) {});
+  std::string markdown;
+  for (const Table& table : {messageTable(options), operationTable(options)}) {
+    if (table.rows.empty()) continue;
+    std::cout << tableAsText(table) << '\n';
+    markdown += tableAsMarkdown(table) + '\n';
+  }
+  if (markdown.empty()) {
+    std::cerr << "no shape or operation is called " << options.only << '\n';
+    return EXIT_FAILURE;
+  }
+  if (options.markdownFile.empty()) return EXIT_SUCCESS;
+  return writeFile(options.markdownFile, markdown) ? EXIT_SUCCESS
+                                                   : EXIT_FAILURE;
+}
+
+constexpr std::string_view kUsage =
+    "usage: quillhaven_shapes [--max-size BYTES] [--only NAME] "
+    "[--markdown FILE]\n"
+    "  --max-size BYTES  the largest size, 65536 or more (default 16777216)\n"
+    "  --only NAME       only shapes and operations with NAME in their name,\n"
+    "                    and every size of them\n"
+    "  --markdown FILE   also write the tables to FILE\n";
+
+// Reads the arguments; nothing when they are wrong.
+std::optional<Options> readOptions(int count, char** arguments) {
+  Options options;
+  for (int i = 1; i < count; i += 2) {
+    const std::string_view flag = arguments[i];
+    if (i + 1 >= count) return std::nullopt;
+    const char* const value = arguments[i + 1];
+    if (flag == "--max-size") {
+      options.maximumSize = std::strtoull(value, nullptr, 10);
+      if (options.maximumSize < kSmallestSize) return std::nullopt;
+    } else if (flag == "--only") {
+      options.only = value;
+    } else if (flag == "--markdown") {
+      options.markdownFile = value;
+    } else {
+      return std::nullopt;
+    }
+  }
+  return options;
+}
+
+}  // namespace
+}  // namespace quillhaven::benchmarks
+
+int main(int count, char** arguments) {
+  const auto options = quillhaven::benchmarks::readOptions(count, arguments);
+  if (!options) {
+    std::cerr << quillhaven::benchmarks::kUsage;
+    return 2;
+  }
+  return quillhaven::benchmarks::run(*options);
+}

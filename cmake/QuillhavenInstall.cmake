@@ -15,3 +15,8 @@ install(FILES
   "${PROJECT_BINARY_DIR}/QuillhavenUtilitiesConfig.cmake"
   "${PROJECT_BINARY_DIR}/QuillhavenUtilitiesConfigVersion.cmake"
   DESTINATION "${package_folder}")
+
+configure_file("${PROJECT_SOURCE_DIR}/packaging/quillhaven-utilities.pc.in"
+  "${PROJECT_BINARY_DIR}/quillhaven-utilities.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/quillhaven-utilities.pc"
+  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

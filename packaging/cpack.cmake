@@ -1,0 +1,48 @@
+# What `cpack -G DEB` makes: the command, and the library to build hosts with.
+# Included at the end of the main CMakeLists.txt, after every install().
+set(CPACK_PACKAGE_NAME "quillhaven-utilities")
+set(CPACK_PACKAGE_VENDOR "Quillhaven")
+set(CPACK_PACKAGE_CONTACT "Quillhaven <packages@quillhaven.example>")
+# Empty, so that each package's own description begins with its summary.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
+set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
+set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
+set(CPACK_STRIP_FILES ON)
+# What was configured, so that the pkg-config file names the folder it is in.
+set(CPACK_PACKAGING_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL development)
+if(QUILLHAVEN_BUILD_CLI)
+  list(APPEND CPACK_COMPONENTS_ALL program)
+endif()
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+
+set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
+"command that parses stored e-mail messages
+Prints stored messages as text or JSON, converts between HTML and plain text,
+and makes the operations of the library available to scripts and to programs in
+other languages.")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME "quillhaven")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION "mail")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
+
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
+"library that parses stored e-mail messages (development files)
+C++20 headers and static libraries, with the files for CMake's find_package and
+for pkg-config.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME "libquillhaven-utilities-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION "libdevel")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libicu-dev (>= 72)")
+
+# Debian wants the terms beside each package.
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" RENAME copyright
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/libquillhaven-utilities-dev"
+  COMPONENT development)
+if(QUILLHAVEN_BUILD_CLI)
+  install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" RENAME copyright
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/quillhaven" COMPONENT program)
+endif()
+
+include(CPack)

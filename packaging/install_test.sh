@@ -1,0 +1,95 @@
+#!/usr/bin/env bash
+# Installs a build into a temporary folder and uses it as a host would: with
+# find_package and with pkg-config. Run by ctest, which names the arguments.
+set -euo pipefail
+
+source_folder=$1 build_folder=$2 cmake=$3 generator=$4 compiler=$5 flags=$6
+message=$source_folder/examples/messages/04-type-cases.eml
+
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+prefix=$folder/installed
+
+fail() {
+  echo "install_test: $1" >&2
+  [[ $# -lt 2 ]] || cat "$2" >&2
+  exit 1
+}
+
+# Runs a command; its output is of interest only when it fails.
+quietly() {
+  "$@" >"$folder/log" 2>&1 || fail "failed: $*" "$folder/log"
+}
+
+configure() {  # SOURCE BUILD
+  "$cmake" -S "$1" -B "$2" -G "$generator" -D CMAKE_BUILD_TYPE=Release \
+    -D CMAKE_CXX_COMPILER="$compiler" -D CMAKE_CXX_FLAGS="$flags" \
+    -D CMAKE_PREFIX_PATH="$prefix"
+}
+
+check_output() {  # PROGRAM
+  "$1" "$message" >"$folder/output" || fail "$1 failed"
+  local line
+  for line in 'From: 岡部 純 <jun@heronpress.example.org>' \
+    'Subject: 活字の引っ越しについて：七番の箱のこと' \
+    'ストーブの横に棚を作りたいのですが、板は余っていますか。'; do
+    grep -qxF "$line" "$folder/output" || fail "missing: $line" "$folder/output"
+  done
+}
+
+quietly "$cmake" --install "$build_folder" --prefix "$prefix"
+pkg_config_folder=$(dirname "$(find "$prefix" -name quillhaven-utilities.pc)")
+# Shared libraries are found here as ldconfig would have them found.
+export LD_LIBRARY_PATH=${pkg_config_folder%/*}
+if find "$prefix" -path '*internal*' | grep -q .; then
+  fail "internal headers were installed"
+fi
+
+# Every installed header compiles alone, with nothing but what is installed.
+while read -r header; do
+  echo "#include <${header#"$prefix/include/"}>" >"$folder/header.cc"
+  quietly "$compiler" -std=c++20 -Wall -Wextra -fsyntax-only \
+    -I"$prefix/include" "$folder/header.cc"
+done < <(find "$prefix/include" -name '*.h')
+
+# find_package, with the component that is there and with one that is not.
+quietly configure "$source_folder/examples" "$folder/examples"
+quietly "$cmake" --build "$folder/examples"
+check_output "$folder/examples/parse_message"
+
+mkdir "$folder/wrong"
+cat >"$folder/wrong/CMakeLists.txt" <<'END'
+cmake_minimum_required(VERSION 3.25)
+project(Wrong LANGUAGES CXX)
+find_package(QuillhavenUtilities REQUIRED COMPONENTS mail telegraphy)
+END
+if configure "$folder/wrong" "$folder/wrong/build" >"$folder/log" 2>&1; then
+  fail "a component that does not exist was found"
+fi
+grep -q telegraphy <(grep -v COMPONENTS "$folder/log") ||
+  fail "the missing component is not named" "$folder/log"
+
+# A host of the mail component links ICU and what every C++ program links.
+if [[ -z $flags ]] && command -v readelf >/dev/null; then
+  readelf -d "$folder/examples/parse_message" |
+    sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' >"$folder/needed"
+  if grep -vE '^(libicu.*|libquillhaven_.*|libstdc\+\+|libm|libgcc_s|libc|ld-linux.*)\.so' \
+    "$folder/needed" >"$folder/others"; then
+    fail "the mail component links more than ICU:" "$folder/others"
+  fi
+  grep -qE '^lib(icu|quillhaven_)' "$folder/needed" || fail "ICU is not linked"
+fi
+
+if command -v pkg-config >/dev/null; then
+  export PKG_CONFIG_PATH=$pkg_config_folder
+  # Only this test moves what was installed, so only here the prefix differs.
+  pkg_config() {
+    pkg-config --define-variable=prefix="$prefix" "$@" quillhaven-utilities
+  }
+  read -ra compile_flags <<<"$flags $(pkg_config --cflags)"
+  read -ra link_flags <<<"$(pkg_config --libs)"
+  quietly "$compiler" -std=c++20 "${compile_flags[@]}" \
+    "$source_folder/examples/parse_message.cc" \
+    -o "$folder/parse_message" "${link_flags[@]}"
+  check_output "$folder/parse_message"
+fi

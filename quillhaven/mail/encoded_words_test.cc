@@ -48,6 +48,10 @@ TEST(EncodedWords, Decode) {
       {"=?utf-8?Q?=E9?=", "=?utf-8?Q?=E9?="},
       {"=?utf-8?B?/w==?=", "=?utf-8?B?/w==?="},
       {"a=?utf-8?B?Q?=b", "ab"},  // no Base64: removed
+      // Words that each shift to Japanese and back: a shift with nothing before
+      // the next one stands where they meet.
+      {"=?ISO-2022-JP?B?GyRCJUYbKEI=?==?ISO-2022-JP?B?GyRCJTkbKEI=?=",
+       "\xE3\x83\x86\xE3\x82\xB9"},
       // Chinese words in a superset of their charset.
       {"=?gb2312?B?1uzpRrvz?=", "\xE6\x9C\xB1\xE9\x95\x95\xE6\x83\x91"},
       // Malformed openings.

@@ -30,6 +30,16 @@ void U_CALLCONV stopAtMissing(const void*, UConverterFromUnicodeArgs*,
                               const UChar*, std::int32_t, UChar32,
                               UConverterCallbackReason, UErrorCode*) {}
 
+// Leaves the error in place, except where ICU calls a shift irregular that has
+// nothing before the next one: encodings put together, as those of the words of
+// a header value are, have such places.
+void U_CALLCONV stopAtUndefined(const void*, UConverterToUnicodeArgs*,
+                                const char*, std::int32_t,
+                                UConverterCallbackReason reason,
+                                UErrorCode* error) {
+  if (reason == UCNV_IRREGULAR) *error = U_ZERO_ERROR;
+}
+
 void U_CALLCONV writeQuestionMark(const void*, UConverterFromUnicodeArgs* args,
                                   const UChar*, std::int32_t, UChar32,
                                   UConverterCallbackReason reason,
@@ -46,8 +56,8 @@ UConverterPtr openConverter(const Encoding& encoding) {
   UConverterPtr converter(ucnv_open(encoding.converterName(), &error));
   if (U_FAILURE(error)) return nullptr;
   ucnv_setFallback(converter.get(), false);
-  ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr,
-                      nullptr, nullptr, &error);
+  ucnv_setToUCallBack(converter.get(), stopAtUndefined, nullptr, nullptr,
+                      nullptr, &error);
   return U_SUCCESS(error) ? std::move(converter) : nullptr;
 }
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -49,8 +50,8 @@ std::string readAll(int fd) {
 }
 
 TEST(Output, WritesRecordsInOrderAndDropsThoseAfterClose) {
-  UniqueFd file(::open("/tmp", O_TMPFILE | O_RDWR, 0600));
-  if (!file.valid()) GTEST_SKIP() << "no unnamed files here";
+  UniqueFd file(::memfd_create("output", MFD_CLOEXEC));
+  ASSERT_TRUE(file.valid());
   std::string expected;
   Output output(file.get());
   // Around the size that is collected, larger than it, and small again.

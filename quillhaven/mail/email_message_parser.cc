@@ -428,6 +428,26 @@ ContentTypeParameters EmailMessageParser::parseContentTypeField(
   return parameters;
 }
 
+std::optional<platform::Scanner> EmailMessageParser::messageScannerForString(
+    std::string_view text) {
+  if (text.empty()) return std::nullopt;
+  return platform::Scanner(text);
+}
+
+void EmailMessageParser::skipToNextNewlineInScanner(
+    platform::Scanner& scanner) {
+  scanner.setPosition(
+      internal::skipToNextNewline(scanner.text(), scanner.position()));
+}
+
+HeaderTable EmailMessageParser::scanHeaderAtCurrentPositionInScanner(
+    platform::Scanner& scanner) {
+  HeaderTable table;
+  scanner.setPosition(internal::HeaderBlockReader::read(
+      scanner.text(), scanner.position(), table));
+  return table;
+}
+
 std::string_view EmailMessageParser::defaultContentTransferEncoding() {
   return kSevenBit;
 }

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "quillhaven/mail/header_table.h"
+#include "quillhaven/platform/text/scanner.h"
 #include "quillhaven/platform/text/string_encoding.h"
 
 namespace quillhaven::mail {
@@ -142,6 +143,22 @@ class EmailMessageParser {
   static ContentTypeParameters parseContentTypeField(
       std::string_view value, std::string* resultingMediaType = nullptr,
       std::string* mediaSubtype = nullptr);
+
+  // Returns a scanner over `text` that skips nothing and ignores letter case;
+  // nothing when the text is empty. The text must outlive it.
+  [[nodiscard]] static std::optional<platform::Scanner> messageScannerForString(
+      std::string_view text);
+
+  // Steps over the line break at the scanner's position, if there is one: each
+  // newline character once, so that "\r\n" and "\n\r" are one break and of
+  // "\n\n" the second stays.
+  static void skipToNextNewlineInScanner(platform::Scanner& scanner);
+
+  // Reads the header block at the scanner's position and leaves the scanner at
+  // the blank line that ended it. A block that ends with the text instead loses
+  // its last field.
+  [[nodiscard]] static HeaderTable scanHeaderAtCurrentPositionInScanner(
+      platform::Scanner& scanner);
 
   // "7bit", and "text/plain; charset=us-ascii".
   [[nodiscard]] static std::string_view defaultContentTransferEncoding();

@@ -318,6 +318,26 @@ TEST(TransferEncoding, IsNormalisedAndNumbered) {
             ContentTransferEncoding::Unknown);
 }
 
+TEST(ScannerHelpers, ReadBlockAfterBlock) {
+  EXPECT_FALSE(EmailMessageParser::messageScannerForString(""));
+  auto scanner =
+      EmailMessageParser::messageScannerForString("A: bb\r\n\r\nC: dd\nE: ff");
+  ASSERT_TRUE(scanner);
+  const HeaderTable first =
+      EmailMessageParser::scanHeaderAtCurrentPositionInScanner(*scanner);
+  EXPECT_EQ(first.find("a")->front(), "bb");
+  EXPECT_EQ(scanner->rest(), "\r\nC: dd\nE: ff");
+  EmailMessageParser::skipToNextNewlineInScanner(*scanner);
+  EmailMessageParser::skipToNextNewlineInScanner(*scanner);  // none here
+  EXPECT_EQ(scanner->rest(), "C: dd\nE: ff");
+  const HeaderTable second =
+      EmailMessageParser::scanHeaderAtCurrentPositionInScanner(*scanner);
+  EXPECT_EQ(second.size(), 1U);
+  EXPECT_TRUE(scanner->isAtEnd());
+  EXPECT_TRUE(EmailMessageParser::scanHeaderAtCurrentPositionInScanner(*scanner)
+                  .empty());
+}
+
 TEST(Accessors, GiveDefaults) {
   const EmailMessageParser parser = parsed("Subject: x\n\n");
   EXPECT_EQ(parser.headerContentType(), "text/plain; charset=us-ascii");

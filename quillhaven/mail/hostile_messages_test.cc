@@ -1,6 +1,7 @@
 // Messages made to hurt must not make the parser's work grow faster than they
 // do. Work is counted as bytes allocated, because time is noisy: what is copied
-// too often shows. The benchmarks measure the same shapes in time, up to 16 MiB.
+// too often shows. The benchmarks measure the same shapes in time, up to 16
+// MiB.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -268,12 +268,14 @@ TEST(Parse, ReplacesControlCharactersForATerminalOnly) {
 TEST(Parse, EndsQuietlyWhenNobodyReadsOn) {
   const TemporaryFolder folder;
   folder.write("m.eml", numberedMessage(7));
+  // Few enough for the window: a thread comes to wait for the next path.
   std::string list;
-  for (int i = 0; i < 100; ++i) list += folder.path("m.eml") + "\n";
-  Program program(kProgram,
-                  {"parse", "--format", "ndjson", "--from-file", "-"});
+  for (int i = 0; i < 6; ++i) list += folder.path("m.eml") + "\n";
+  Program program(kProgram, {"parse", "--format", "ndjson", "--jobs", "2",
+                             "--from-file", "-"});
   program.write(list);
   program.readOutputUntil("\n");
+  ASSERT_TRUE(program.outputBecomesFull());
   program.closeOutput();
   // The list stays open: the program must not wait for its end.
   EXPECT_EQ(program.wait(), 0);
@@ -288,6 +290,7 @@ TEST(Parse, EndsBySignalsWithoutHalfALine) {
                     {"parse", "--format", "ndjson", "--from-file", "-"});
     for (int i = 0; i < 20; ++i) program.write(file);
     program.readOutputUntil("\n");
+    ASSERT_TRUE(program.outputBecomesFull());
     program.signal(number);
     EXPECT_EQ(program.wait(), -number);  // the list stays open
     EXPECT_TRUE(program.output().ends_with("}\n"));
@@ -352,9 +355,11 @@ TEST(Eval, AnswersLongAndManyLinesInOrder) {
   for (std::size_t i = 0; i < 2000; ++i) {
     const std::string text(i == 1000 ? 8000000 : i % 50, 'x');
     const std::string id = std::to_string(i);
-    input += R"({"id":)" + id + R"(,"op":"stringByStrippingTags","text":")" +
-             text + "\"}\n";
-    expected += R"({"result":")" + text + R"(","id":)" + id + "}\n";
+    input.append(R"({"id":)").append(id);
+    input.append(R"(,"op":"stringByStrippingTags","text":")").append(text);
+    input.append("\"}\n");
+    expected.append(R"({"result":")").append(text);
+    expected.append(R"(","id":)").append(id).append("}\n");
   }
   const RunResult run = runProgram(kProgram, {"eval"}, input);
   EXPECT_EQ(run.status, 0);

@@ -135,7 +135,7 @@ TEST(InputSources, TakesPathsThenTheListAndWalksFolders) {
 TEST(WholeReader, ReadsWholeFilesOfAnySizeIntoOneBuffer) {
   const TemporaryFolder folder;
   WholeReader reader;
-  for (const std::size_t size : {200000, 0, 1, 65535, 65536, 65537}) {
+  for (const std::size_t size : {200000U, 0U, 1U, 65535U, 65536U, 65537U}) {
     SCOPED_TRACE(size);
     std::string bytes(size, 'x');
     if (size > 0) bytes.back() = 'e';
@@ -159,7 +159,7 @@ TEST(WholeReader, ReadsPipesAndSaysWhyItCannot) {
   ::signal(SIGPIPE, SIG_IGN);
   const std::string bytes(300000, 'x');
   WholeReader reader;
-  for (const std::size_t maximum : {300001, 300000}) {
+  for (const std::size_t maximum : {300001U, 300000U}) {
     std::thread writer([&] {
       const UniqueFd end(::open(fifo.c_str(), O_WRONLY));
       std::string_view rest = bytes;

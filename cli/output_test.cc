@@ -55,7 +55,7 @@ TEST(Output, WritesRecordsInOrderAndDropsThoseAfterClose) {
   std::string expected;
   Output output(file.get());
   // Around the size that is collected, larger than it, and small again.
-  for (const std::size_t size : {1, 65535, 1, 65536, 65537, 200000, 3}) {
+  for (const std::size_t size : {1U, 65535U, 1U, 65536U, 65537U, 200000U, 3U}) {
     const std::string record(size, static_cast<char>('a' + size % 26));
     expected += record;
     EXPECT_TRUE(output.append(record));

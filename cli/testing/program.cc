@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <spawn.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -145,6 +146,17 @@ const std::string& Program::readErrorUntil(std::string_view text) {
   return errorText_;
 }
 
+bool Program::outputBecomesFull() const {
+  const int capacity = ::fcntl(output_.get(), F_GETPIPE_SZ);
+  const Clock::time_point deadline = Clock::now() + kDeadline;
+  int unread = 0;
+  while (::ioctl(output_.get(), FIONREAD, &unread) == 0 && unread < capacity &&
+         Clock::now() < deadline) {
+    ::poll(nullptr, 0, 1);
+  }
+  return unread == capacity;
+}
+
 void Program::signal(int number) const { ::kill(pid_, number); }
 
 std::optional<int> Program::closeInputAndWait() {
@@ -191,7 +203,7 @@ std::string TemporaryFolder::path(std::string_view name) const {
 
 std::string TemporaryFolder::write(std::string_view name,
                                    std::string_view bytes) const {
-  const std::string file = path(name);
+  std::string file = path(name);
   std::filesystem::create_directories(
       std::filesystem::path(file).parent_path());
   std::ofstream(file, std::ios::binary) << bytes;

@@ -40,6 +40,10 @@ class Program {
   const std::string& readOutputUntil(std::string_view text);
   const std::string& readErrorUntil(std::string_view text);
 
+  // Waits until the pipe from its standard output is full, so that the child
+  // waits for us in the middle of what it writes. False after the deadline.
+  [[nodiscard]] bool outputBecomesFull() const;
+
   // Sends a signal.
   void signal(int number) const;
 

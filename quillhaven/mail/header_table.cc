@@ -11,7 +11,7 @@ namespace {
 // Up to this many names are found through the small index.
 constexpr std::size_t kMostNamesInSmallIndex = 48;
 constexpr std::size_t kFirstBlockSize = std::size_t{1} << 12;
-constexpr std::size_t kLargestBlockSize = std::size_t{1} << 20;
+constexpr std::size_t kLargestBlockSize = std::size_t{1} << 18;
 
 std::uint64_t wordAt(const char* bytes) {
   std::uint64_t word;
@@ -20,7 +20,7 @@ std::uint64_t wordAt(const char* bytes) {
 }
 
 // A hash that a message cannot be written against: its seed is random.
-std::uint64_t hashOf(std::string_view name) {
+std::uint32_t hashOf(std::string_view name) {
   static const std::uint64_t seed =
       std::uint64_t{std::random_device{}()} << 32 | std::random_device{}();
   std::uint64_t hash = seed ^ name.size();
@@ -34,13 +34,13 @@ std::uint64_t hashOf(std::string_view name) {
     std::uint64_t word = 0;
     std::memcpy(&word, name.data(), name.size());
     mix(word);
-    return hash;
+    return static_cast<std::uint32_t>(hash);
   }
   for (std::size_t at = 0; at + 8 < name.size(); at += 8) {
     mix(wordAt(name.data() + at));
   }
   mix(wordAt(name.data() + name.size() - 8));  // may overlap the word before
-  return hash;
+  return static_cast<std::uint32_t>(hash);
 }
 
 }  // namespace
@@ -110,31 +110,33 @@ std::string_view HeaderTable::store(std::string_view text) {
 HeaderTable::Stored HeaderTable::add(std::string_view name, bool nameIsStored,
                                      std::string_view value,
                                      bool valueIsStored) {
-  const auto runOf = [](std::string_view text) {
-    return Run{text.data(), static_cast<std::uint32_t>(text.size()), 1, kNone};
-  };
-  const std::uint64_t hash = hashOf(name);
+  const std::uint32_t hash = hashOf(name);
   const std::uint32_t known = indexOf(name, hash);
+  const auto size = static_cast<std::uint32_t>(value.size());
   if (known == kNone) {
     if (!valueIsStored) value = store(value);
     const std::uint32_t added = fields_.size();
-    fields_.push(*this, {name.data(), static_cast<std::uint32_t>(name.size()),
-                         1, runOf(value), kNone});
+    fields_.push(*this,
+                 {name.data(), value.data(),
+                  static_cast<std::uint32_t>(name.size()), size, 1, kNone});
     addToIndex(added, hash);
     return {name, value};
   }
 
   if (nameIsStored) giveBack(name.size());
   Field& field = fields_[known];
-  ++field.count;
-  Run& last = field.lastRun == kNone ? field.first : runs_[field.lastRun];
-  if (std::string_view(last.text, last.size) == value) {
-    ++last.count;
-    return {nameAt(known), {last.text, last.size}};
+  const bool hasOneRun = field.next == kNone;
+  const std::uint32_t lastRun = hasOneRun ? kNone : runs_[field.next].last;
+  const std::string_view last = Values(&runs_, &field).back();
+  if (last == value) {
+    ++(hasOneRun ? field.count : runs_[lastRun].count);
+    return {nameAt(known), last};
   }
   if (!valueIsStored) value = store(value);
-  last.next = field.lastRun = runs_.size();
-  runs_.push(*this, runOf(value));
+  const std::uint32_t run = runs_.size();
+  (hasOneRun ? field.next : runs_[lastRun].next) = run;
+  runs_.push(*this, {value.data(), size, 1, kNone, run});
+  runs_[field.next].last = run;
   return {nameAt(known), value};
 }
 
@@ -143,7 +145,7 @@ std::uint32_t HeaderTable::indexOf(std::string_view name) const {
 }
 
 std::uint32_t HeaderTable::indexOf(std::string_view name,
-                                   std::uint64_t hash) const {
+                                   std::uint32_t hash) const {
   if (slots_.empty()) {
     const std::size_t mask = smallSlots_.size() - 1;
     for (std::size_t slot = hash & mask; smallSlots_[slot] != 0;
@@ -153,15 +155,18 @@ std::uint32_t HeaderTable::indexOf(std::string_view name,
     }
     return kNone;
   }
-  const std::size_t mask = slots_.size() - 1;
+  const auto mask = static_cast<std::uint32_t>(slots_.size() - 1);
   for (std::size_t slot = hash & mask; slots_[slot] != kNone;
        slot = (slot + 1) & mask) {
-    if (nameAt(slots_[slot]) == name) return slots_[slot];
+    // Names whose other bits differ need not be looked at.
+    if (((slots_[slot] ^ hash) & ~mask) != 0) continue;
+    const std::uint32_t index = slots_[slot] & mask;
+    if (nameAt(index) == name) return index;
   }
   return kNone;
 }
 
-void HeaderTable::addToIndex(std::uint32_t field, std::uint64_t hash) {
+void HeaderTable::addToIndex(std::uint32_t field, std::uint32_t hash) {
   const std::size_t count = fields_.size();
   if (count <= kMostNamesInSmallIndex) {
     const std::size_t mask = smallSlots_.size() - 1;
@@ -170,11 +175,11 @@ void HeaderTable::addToIndex(std::uint32_t field, std::uint64_t hash) {
     smallSlots_[slot] = static_cast<std::uint8_t>(field + 1);
     return;
   }
-  const auto add = [this](std::uint32_t index, std::uint64_t itsHash) {
-    const std::size_t mask = slots_.size() - 1;
+  const auto add = [this](std::uint32_t index, std::uint32_t itsHash) {
+    const auto mask = static_cast<std::uint32_t>(slots_.size() - 1);
     std::size_t slot = itsHash & mask;
     while (slots_[slot] != kNone) slot = (slot + 1) & mask;
-    slots_[slot] = index;
+    slots_[slot] = index | (itsHash & ~mask);
   };
   // At most three quarters full; a new index takes in all names.
   if (count * 4 <= slots_.size() * 3) {

@@ -34,6 +34,7 @@ class HeaderTable {
     std::uint32_t size;
     std::uint32_t count;
     std::uint32_t next;  // the next run of the same field, or kNone
+    std::uint32_t last;  // in a field's second run: its last one
   };
   // An array whose elements stay where they are. Its memory comes from the
   // table's blocks, first for a few elements, at last for 4096 at a time.
@@ -77,12 +78,16 @@ class HeaderTable {
     std::uint32_t size_ = 0;
   };
   using Runs = Array<Run>;
+  // A field with its first run, which most fields have no more than.
   struct Field {
     const char* name;
+    const char* text;
     std::uint32_t nameSize;
-    std::uint32_t count;    // values
-    Run first;              // most fields have no more
-    std::uint32_t lastRun;  // in the array of runs, or kNone for `first`
+    std::uint32_t size;   // of the text
+    std::uint32_t count;  // in the first run
+    std::uint32_t next;   // the second run, or kNone
+
+    [[nodiscard]] Run first() const { return {text, size, count, next, kNone}; }
   };
 
  public:
@@ -97,44 +102,41 @@ class HeaderTable {
       using reference = std::string_view;
       using pointer = void;
 
-      std::string_view operator*() const { return {run_->text, run_->size}; }
+      std::string_view operator*() const { return {run_.text, run_.size}; }
       Iterator& operator++() {
-        --left_;
-        if (--leftInRun_ == 0 && left_ != 0) {
-          run_ = &(*runs_)[run_->next];
-          leftInRun_ = run_->count;
+        if (--run_.count == 0) {
+          run_ = run_.next == kNone ? Run{} : (*runs_)[run_.next];
         }
         return *this;
       }
       bool operator==(const Iterator& other) const {
-        return left_ == other.left_;
+        return run_.count == other.run_.count && run_.next == other.run_.next;
       }
-      bool operator!=(const Iterator& other) const {
-        return left_ != other.left_;
-      }
+      bool operator!=(const Iterator& other) const { return !(*this == other); }
 
      private:
       friend class Values;
-      Iterator(const Runs* runs, const Field* field, std::uint32_t left)
-          : runs_(runs),
-            run_(&field->first),
-            left_(left),
-            leftInRun_(field->first.count) {}
+      Iterator(const Runs* runs, const Run& run) : runs_(runs), run_(run) {}
       const Runs* runs_;
-      const Run* run_;
-      std::uint32_t left_;
-      std::uint32_t leftInRun_;
+      Run run_;  // with the count of values left in it; {} at the end
     };
 
-    [[nodiscard]] Iterator begin() const {
-      return {runs_, field_, field_->count};
+    [[nodiscard]] Iterator begin() const { return {runs_, field_->first()}; }
+    [[nodiscard]] Iterator end() const { return {runs_, Run{}}; }
+    // Counts them, in time proportional to how often the value changes.
+    [[nodiscard]] std::size_t size() const {
+      std::size_t count = field_->count;
+      for (std::uint32_t run = field_->next; run != kNone;
+           run = (*runs_)[run].next) {
+        count += (*runs_)[run].count;
+      }
+      return count;
     }
-    [[nodiscard]] Iterator end() const { return {runs_, field_, 0}; }
-    [[nodiscard]] std::size_t size() const { return field_->count; }
     [[nodiscard]] std::string_view front() const { return *begin(); }
     [[nodiscard]] std::string_view back() const {
-      const Run& last =
-          field_->lastRun == kNone ? field_->first : (*runs_)[field_->lastRun];
+      const Run last = field_->next == kNone
+                           ? field_->first()
+                           : (*runs_)[(*runs_)[field_->next].last];
       return {last.text, last.size};
     }
 
@@ -208,8 +210,8 @@ class HeaderTable {
   // Returns the number of the field called `name`, or kNone.
   [[nodiscard]] std::uint32_t indexOf(std::string_view name) const;
   [[nodiscard]] std::uint32_t indexOf(std::string_view name,
-                                      std::uint64_t hash) const;
-  void addToIndex(std::uint32_t field, std::uint64_t hash);
+                                      std::uint32_t hash) const;
+  void addToIndex(std::uint32_t field, std::uint32_t hash);
 
   std::vector<std::unique_ptr<char[]>> blocks_;
   // The unused end of the last block.
@@ -221,7 +223,8 @@ class HeaderTable {
   Runs runs_;
   Array<Field> fields_;
   // Open addressing over the numbers of the fields: for few fields those plus
-  // one, 0 being free; else in slots_, kNone being free.
+  // one, 0 being free; else in slots_, kNone being free, where the bits that no
+  // number needs hold those of the name's hash.
   std::array<std::uint8_t, 64> smallSlots_{};
   std::vector<std::uint32_t> slots_;
 };

@@ -29,7 +29,22 @@ TEST(HeaderTable, KeepsOrderAndExactNames) {
   EXPECT_EQ(table.nameAt(1), "b");
 }
 
-// Across the change from comparing names to the index, and its growth.
+// Equal values in a row are kept once, and still are all there.
+TEST(HeaderTable, GivesEveryValueOfRuns) {
+  HeaderTable table;
+  std::vector<std::string> expected;
+  for (const char* value : {"1", "1", "2", "1", "1", "1", "", "", "3"}) {
+    table.append("a", value);
+    table.append("b", "x");
+    expected.emplace_back(value);
+    EXPECT_EQ(valuesOf(table, "a"), expected);
+    EXPECT_EQ(table.find("a")->size(), expected.size());
+    EXPECT_EQ(table.find("a")->back(), value);
+  }
+  EXPECT_EQ(valuesOf(table, "b"), std::vector<std::string>(9, "x"));
+}
+
+// Across the change from the small index to the large one, and its growth.
 TEST(HeaderTable, HoldsManyNamesThroughCopiesAndMoves) {
   HeaderTable table;
   const std::string long1(5000, 'x');

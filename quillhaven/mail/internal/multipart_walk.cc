@@ -5,7 +5,6 @@
 #include <string>
 #include <unordered_map>
 #include <utility>
-#include <vector>
 
 #include "quillhaven/mail/internal/header_block_reader.h"
 #include "quillhaven/platform/base/ascii.h"
@@ -18,49 +17,38 @@ namespace {
 constexpr std::string_view kDashes = "--";
 
 // The boundaries of the multiparts that are open. Closing one removes all equal
-// ones; those deeper in the stack are left in place and passed over later.
+// ones; those deeper in the stack stay in it until they come to the top.
 class BoundaryStack {
  public:
   void push(std::string boundary) {
-    const auto [known, isNew] =
-        boundaries_.try_emplace(std::move(boundary), Boundary{0, 0});
-    ++known->second.open;
-    ++open_;
-    entries_.push_back({&*known, known->second.generation});
+    entries_.push_back({std::move(boundary), ++clock_});
   }
 
   // Removes every entry equal to `boundary`.
-  void remove(const std::string& boundary) {
-    const auto known = boundaries_.find(boundary);
-    if (known == boundaries_.end()) return;
-    open_ -= std::exchange(known->second.open, 0);
-    ++known->second.generation;
-    while (!entries_.empty() &&
-           entries_.back().generation !=
-               entries_.back().boundary->second.generation) {
-      entries_.pop_back();
-    }
+  void remove(std::string boundary) {
+    removals_.insert_or_assign(std::move(boundary), ++clock_);
+    while (!entries_.empty() && isRemoved(entries_.back())) entries_.pop_back();
   }
 
-  [[nodiscard]] bool empty() const { return open_ == 0; }
+  [[nodiscard]] bool empty() const { return entries_.empty(); }
   [[nodiscard]] const std::string& top() const {
-    return entries_.back().boundary->first;
+    return entries_.back().boundary;
   }
 
  private:
-  struct Boundary {
-    std::size_t open;        // entries in the stack that were not removed
-    std::size_t generation;  // counts removals
-  };
-  using Boundaries = std::unordered_map<std::string, Boundary>;
   struct Entry {
-    Boundaries::value_type* boundary;
-    std::size_t generation;
+    std::string boundary;
+    std::size_t pushed;  // when, by the clock
   };
 
-  Boundaries boundaries_;  // its nodes stay where they are
-  std::vector<Entry> entries_;
-  std::size_t open_ = 0;
+  [[nodiscard]] bool isRemoved(const Entry& entry) const {
+    const auto removal = removals_.find(entry.boundary);
+    return removal != removals_.end() && removal->second > entry.pushed;
+  }
+
+  std::deque<Entry> entries_;
+  std::unordered_map<std::string, std::size_t> removals_;  // when last
+  std::size_t clock_ = 0;
 };
 
 // A content type taken apart.
@@ -211,13 +199,13 @@ PartRecords collectParts(std::string_view text, std::size_t at,
       }
     }
 
-    const std::string closed = boundaries.top();
+    std::string closed = boundaries.top();
     if (nested) boundaries.push(std::string(*nested));
     const auto close = platform::prefixLengthIgnoringCase(
         text.substr(at), delimiter + std::string(kDashes));
     if (!close) continue;
     at += *close;
-    boundaries.remove(closed);
+    boundaries.remove(std::move(closed));
     if (boundaries.empty()) break;
   }
   return records;

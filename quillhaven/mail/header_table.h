@@ -37,7 +37,7 @@ class HeaderTable {
     std::uint32_t last;  // in a field's second run: its last one
   };
   // An array whose elements stay where they are. Its memory comes from the
-  // table's blocks, first for a few elements, at last for 4096 at a time.
+  // table's blocks, first for a few elements, at last for 1024 at a time.
   template <typename Element>
   class Array {
    public:
@@ -57,7 +57,7 @@ class HeaderTable {
 
    private:
     static constexpr std::uint32_t kFirst = 16;  // elements in the first chunk
-    static constexpr std::uint32_t kChunk = 4096;
+    static constexpr std::uint32_t kChunk = 1024;
 
     static std::size_t smallChunk(std::uint32_t place) {
       return static_cast<std::size_t>(std::bit_width(place | kFirst) -
@@ -73,7 +73,7 @@ class HeaderTable {
       return small_[smallChunk(place)] + (place - std::bit_floor(place));
     }
 
-    std::array<Element*, 8> small_{};  // 16, 32, ... 2048 elements
+    std::array<Element*, 6> small_{};  // 16, 32, ... 512 elements
     std::vector<Element*> large_;
     std::uint32_t size_ = 0;
   };

@@ -40,6 +40,9 @@ function(quillhaven_library name)
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     # Classes and functions of a shared build are all exported.
     CXX_VISIBILITY_PRESET default)
+  # Nobody replaces single functions of ours, so they may be inlined all the same.
+  target_compile_options(${target} PRIVATE
+    $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
   quillhaven_developer_options(${target})
   install(TARGETS ${target} EXPORT QuillhavenUtilitiesTargets
     FILE_SET HEADERS

@@ -101,18 +101,33 @@ std::optional<std::string> contentsOfFile(std::string_view url) {
 
 EmailMessageParserAddress addressFromPiece(std::string_view piece) {
   EmailMessageParserAddress result;
-  result.address = std::string(piece);
+  std::string_view address = piece;
   const std::size_t open = piece.find('<');
-  if (open == std::string_view::npos ||
-      piece.find('>') == std::string_view::npos) {
-    return result;
+  if (open != std::string_view::npos &&
+      piece.find('>') != std::string_view::npos) {
+    const std::string_view name = trimmedBlanks(piece.substr(0, open));
+    if (!name.empty()) result.name.emplace(trimmedQuotes(name));
+    const std::string_view rest = piece.substr(open + 1);
+    const std::string_view enclosed = rest.substr(0, rest.find('>'));
+    if (!enclosed.empty()) address = enclosed;
   }
-  const std::string_view name = trimmedBlanks(piece.substr(0, open));
-  if (!name.empty()) result.name = std::string(trimmedQuotes(name));
-  const std::string_view rest = piece.substr(open + 1);
-  const std::string_view address = rest.substr(0, rest.find('>'));
-  if (!address.empty()) result.address = std::string(address);
+  result.address.emplace(address);
   return result;
+}
+
+// A transfer encoding as the header names it, brought into one form.
+std::string normalisedTransferEncoding(std::string_view value) {
+  static const platform::CharacterSet trimmedCharacters =
+      platform::CharacterSet::whitespace().unionWith(
+          platform::CharacterSet::withCharactersIn(";\""));
+  std::string name = platform::lowercased(trimmedCharacters.trimmed(value));
+  for (const std::string_view hyphened : {"8-bit", "7-bit"}) {
+    for (std::size_t at = name.find(hyphened); at != std::string::npos;
+         at = name.find(hyphened, at)) {
+      name.erase(at + 1, 1);
+    }
+  }
+  return name;
 }
 
 }  // namespace
@@ -164,10 +179,15 @@ std::optional<EmailMessageParser> EmailMessageParser::parse(
   }
   const std::size_t body = internal::skipToNextNewline(message.text, headerEnd);
 
+  // Parameters say how to read a body; without one the types are enough.
+  std::string_view contentType = parser->headerContentType();
+  if (body == message.text.size()) {
+    contentType = contentType.substr(0, contentType.find(';'));
+  }
   std::string type;
   std::string subtype;
   const ContentTypeParameters parameters =
-      parseContentTypeField(parser->headerContentType(), &type, &subtype);
+      parseContentTypeField(contentType, &type, &subtype);
   if (type == "text") {
     parser->readSinglePart(message.text.substr(body), subtype, parameters);
   } else if (type == "multipart") {
@@ -347,28 +367,19 @@ std::vector<std::string_view> EmailMessageParser::_headerContentType() const {
 
 ContentTransferEncoding EmailMessageParser::headerContentTransferEncoding()
     const {
+  const auto values = valuesForHeaderFieldName("content-transfer-encoding");
+  if (!values) return ContentTransferEncoding::SevenBit;
   return contentTransferEncodingForString(
-      _headerContentTransferEncoding().back());
+      normalisedTransferEncoding(values->back()));
 }
 
 std::vector<std::string> EmailMessageParser::_headerContentTransferEncoding()
     const {
   const auto values = valuesForHeaderFieldName("content-transfer-encoding");
   if (!values) return {std::string(defaultContentTransferEncoding())};
-  static const platform::CharacterSet trimmedCharacters =
-      platform::CharacterSet::whitespace().unionWith(
-          platform::CharacterSet::withCharactersIn(";\""));
   std::vector<std::string> normalised;
-  normalised.reserve(values->size());
   for (const std::string_view value : *values) {
-    std::string name = platform::lowercased(trimmedCharacters.trimmed(value));
-    for (const std::string_view hyphened : {"8-bit", "7-bit"}) {
-      for (std::size_t at = name.find(hyphened); at != std::string::npos;
-           at = name.find(hyphened, at)) {
-        name.erase(at + 1, 1);
-      }
-    }
-    normalised.push_back(std::move(name));
+    normalised.push_back(normalisedTransferEncoding(value));
   }
   return normalised;
 }

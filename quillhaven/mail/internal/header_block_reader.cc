@@ -90,26 +90,29 @@ bool isPlainValue(std::string_view text) {
 }
 
 // Writes `name` in lower case to `room`, which has kVectorSize bytes more than
-// that; false if it has characters beyond ASCII.
-bool lowerASCII(std::string_view name, char* room) {
-  const auto lower = [](ByteVector bytes) {
-    const auto upper = reinterpret_cast<ByteVector>(isBetween(bytes, 'A', 'Z'));
-    return bytes | (upper & 0x20);
-  };
+// that; false if it has characters beyond ASCII. Bytes before `readableEnd` may
+// be read though the name has ended.
+bool lowerASCII(std::string_view name, const char* readableEnd, char* room) {
+  const char* at = name.data();
+  const char* const end = at + name.size();
   unsigned beyond = 0;
-  std::size_t at = 0;
-  for (; at + kVectorSize <= name.size(); at += kVectorSize) {
-    const ByteVector bytes = platform::internal::loadBytes(name.data() + at);
-    const ByteVector lowered = lower(bytes);
-    std::memcpy(room + at, &lowered, sizeof lowered);
-    beyond |= platform::internal::bitsOf(bytes >= 0x80);
+  for (; at < end; at += kVectorSize, room += kVectorSize) {
+    const auto left = static_cast<std::size_t>(end - at);
+    ByteVector bytes;
+    if (readableEnd - at >= static_cast<std::ptrdiff_t>(kVectorSize)) {
+      bytes = platform::internal::loadBytes(at);
+    } else {
+      char tail[kVectorSize] = {};
+      std::memcpy(tail, at, left);
+      bytes = platform::internal::loadBytes(tail);
+    }
+    const unsigned valid = left >= kVectorSize ? 0xFFFFU : (1U << left) - 1;
+    beyond |= platform::internal::bitsOf(bytes >= 0x80) & valid;
+    const auto upper = reinterpret_cast<ByteVector>(isBetween(bytes, 'A', 'Z'));
+    bytes |= upper & 0x20;
+    std::memcpy(room, &bytes, sizeof bytes);
   }
-  char tail[kVectorSize] = {};
-  std::memcpy(tail, name.data() + at, name.size() - at);
-  const ByteVector bytes = platform::internal::loadBytes(tail);
-  const ByteVector lowered = lower(bytes);
-  std::memcpy(room + at, &lowered, sizeof lowered);
-  return (beyond | platform::internal::bitsOf(bytes >= 0x80)) == 0;
+  return beyond == 0;
 }
 
 // The position of the first white space that is more than a lone " ", or the
@@ -307,7 +310,7 @@ void PendingValue::normaliseNow() {
 
 std::size_t HeaderBlockReader::read(std::string_view text, std::size_t at,
                                     HeaderTable& table) {
-  HeaderBlockReader reader(text.size(), table);
+  HeaderBlockReader reader(text, table);
   while (at < text.size()) {
     const HeaderLine line = readHeaderLine(text, at);
     if (line.kind == HeaderLine::Kind::kContinuation) {
@@ -351,7 +354,7 @@ void HeaderBlockReader::flush() {
 void HeaderBlockReader::storeName() {
   nameIsStored_ = true;
   char* const room = table_.take(name_.size() + kVectorSize);
-  const bool isASCII = lowerASCII(name_, room);
+  const bool isASCII = lowerASCII(name_, textEnd_, room);
   table_.giveBack(kVectorSize + (isASCII ? 0 : name_.size()));
   name_ = isASCII ? std::string_view(room, name_.size())
                   : table_.store(platform::lowercased(name_));

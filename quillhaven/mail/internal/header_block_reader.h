@@ -109,16 +109,18 @@ class HeaderBlockReader {
                           HeaderTable& table);
 
  private:
-  HeaderBlockReader(std::size_t sizeOfText, HeaderTable& table)
+  HeaderBlockReader(std::string_view text, HeaderTable& table)
       : table_(table),
-        value_(sizeOfText),
+        textEnd_(text.data() + text.size()),
+        value_(text.size()),
         carryingLeft_(kMaximumCarrying *
-                      std::max(sizeOfText, kLeastCarriedBytes)) {}
+                      std::max(text.size(), kLeastCarriedBytes)) {}
   void readField(const HeaderLine& line);
   void flush();
   void storeName();
 
   HeaderTable& table_;
+  const char* textEnd_;
   std::string_view name_;
   bool nameIsStored_ = false;  // and in lower case
   PendingValue value_;

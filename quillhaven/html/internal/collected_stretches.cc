@@ -8,6 +8,7 @@
 #include <tuple>
 #include <vector>
 
+#include "quillhaven/platform/text/internal/byte_scan.h"
 #include "quillhaven/platform/text/scanner.h"
 #include "quillhaven/platform/text/utf8.h"
 
@@ -53,7 +54,10 @@ void hashFromTheEnd(std::string_view stretch, const StretchRules& rules,
 // True when an occurrence of the opening lies within a stretch.
 bool hasNestedOpening(std::string_view text, const StretchRules& rules) {
   for (auto s = rules.next(0); s; s = rules.next(s->end)) {
-    const std::size_t nested = text.find(rules.opening, s->start + 1);
+    const std::size_t nested =
+        rules.opening.size() == 1
+            ? text.find(rules.opening, s->start + 1)
+            : platform::internal::findText(text, rules.opening, s->start + 1);
     if (nested == std::string_view::npos) return false;
     if (nested < s->end) return true;
   }

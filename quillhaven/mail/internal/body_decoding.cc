@@ -7,6 +7,7 @@
 #include "quillhaven/html/internal/collected_stretches.h"
 #include "quillhaven/mail/internal/parser_log.h"
 #include "quillhaven/mail/internal/transfer_decoding.h"
+#include "quillhaven/platform/text/internal/byte_scan.h"
 #include "quillhaven/platform/text/internal/white_space.h"
 #include "quillhaven/platform/text/utf8.h"
 
@@ -23,7 +24,8 @@ constexpr std::string_view kCommentEnd = "-->";
 std::optional<html::internal::Stretch> nextComment(std::string_view html,
                                                    std::size_t from) {
   while (true) {
-    const std::size_t start = html.find(kCommentStart, from);
+    const std::size_t start =
+        platform::internal::findText(html, kCommentStart, from);
     if (start == std::string_view::npos) return std::nullopt;
     const std::size_t inside = start + kCommentStart.size();
     if (inside == html.size()) return std::nullopt;
@@ -107,7 +109,8 @@ std::optional<DecodedBody> decodedBody(std::string_view text,
 
 std::string plainTextOfHTML(std::string_view html, StringEncoding charset) {
   std::string text;
-  if (html.find(kCommentStart) == std::string_view::npos) {
+  if (platform::internal::findText(html, kCommentStart, 0) ==
+      std::string_view::npos) {
     text = convertHTML(html, charset);
   } else {
     text = convertHTML(withoutComments(html), charset);

@@ -2,6 +2,7 @@
 
 #include <unicode/uchar.h>
 
+#include <algorithm>
 #include <limits>
 #include <random>
 
@@ -59,12 +60,32 @@ std::optional<TextMatch> findByRollingHash(std::string_view text,
   return std::nullopt;
 }
 
+// The length in whole characters of the longest common start of two texts, the
+// letter case of ASCII aside.
+std::size_t commonPrefixLength(std::string_view a, std::string_view b) {
+  const std::size_t size = std::min(a.size(), b.size());
+  std::size_t at = 0;
+  for (; at + internal::kVectorSize <= size; at += internal::kVectorSize) {
+    const internal::ByteVector left =
+        internal::asciiLowered(internal::loadBytes(a.data() + at));
+    const internal::ByteVector right =
+        internal::asciiLowered(internal::loadBytes(b.data() + at));
+    if (internal::bitsOf(left == right) != 0xFFFF) break;
+  }
+  while (at < size && asciiLower(a[at]) == asciiLower(b[at])) ++at;
+  if (at == b.size()) return at;
+  while (at > 0 && (static_cast<unsigned char>(b[at]) & 0xC0) == 0x80) --at;
+  return at;
+}
+
 // Compares like prefixLengthIgnoringCase() and adds the work done to `steps`.
 std::optional<std::size_t> comparePrefix(std::string_view text,
                                          std::string_view string,
                                          std::size_t& steps) {
-  std::size_t at = 0;
-  std::size_t wanted = 0;
+  // Most texts that match are written the same.
+  std::size_t at = commonPrefixLength(text, string);
+  std::size_t wanted = at;
+  steps += at / internal::kVectorSize;
   while (wanted < string.size()) {
     ++steps;
     if (at >= text.size()) return std::nullopt;

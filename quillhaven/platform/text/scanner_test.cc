@@ -104,6 +104,40 @@ TEST(FindIgnoringCase, FoldsBeyondASCII) {
   }
 }
 
+// Sixteen bytes are compared at a time; what stops that lies at every offset.
+TEST(PrefixLengthIgnoringCase, ComparesAlikeAtEveryOffset) {
+  const struct {
+    std::string_view text, string;
+    bool matches;
+  } cases[] = {
+      {"q", "Q", true},
+      {"q", "p", false},
+      {"@", "`", false},  // as far apart as "A" and "a"
+      {"[", "{", false},
+      {"\xC3\xA9", "\xC3\x89", true},
+      {"\xC3\xA9", "\xC3\xA8", false},          // share their first byte
+      {"\xE2\x84\xAA", "k", true},              // KELVIN SIGN
+      {"k", "\xE2\x84\xAA", true},              //
+      {"\xE2\x84\xAA", "\xE2\x84\xAB", false},  // share two
+      {"", "k", false},
+  };
+  for (const auto& c : cases) {
+    for (std::size_t before = 0; before < 36; ++before) {
+      for (const std::size_t after : {0U, 1U, 20U}) {
+        const std::string text = std::string(before, 'm').append(c.text) +
+                                 std::string(c.text.empty() ? 0 : after, 'n');
+        const std::string string =
+            std::string(before, 'M').append(c.string) + std::string(after, 'N');
+        const auto size = prefixLengthIgnoringCase(text + "rest", string);
+        ASSERT_EQ(size.has_value(), c.matches) << text << " / " << string;
+        if (c.matches) {
+          ASSERT_EQ(*size, text.size()) << text << " / " << string;
+        }
+      }
+    }
+  }
+}
+
 // Small alphabets make many near misses, long strings reach the rolling hash.
 TEST(FindIgnoringCase, FindsWhatComparingEverywhereFinds) {
   std::mt19937 random(20240607);

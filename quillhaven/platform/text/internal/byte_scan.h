@@ -37,6 +37,13 @@ inline LaneMask isBetween(ByteVector bytes, unsigned char first,
   return (bytes - first) <= static_cast<unsigned char>(last - first);
 }
 
+// Lanes that hold ASCII capitals become small letters.
+inline ByteVector asciiLowered(ByteVector bytes) {
+  const auto capitals =
+      reinterpret_cast<ByteVector>(isBetween(bytes, 'A', 'Z'));
+  return bytes | (capitals & 0x20);
+}
+
 // Bit i of the result tells whether lane i is set.
 inline unsigned bitsOf(LaneMask mask) {
 #if defined(__SSE2__)
@@ -91,6 +98,20 @@ inline std::size_t findPair(std::string_view text, char first, char second,
     if (data[at] == first && data[at + 1] == second) return at;
   }
   return std::string_view::npos;
+}
+
+// Returns the first position of `wanted`, two bytes or more, at `from` or
+// later, or npos. For texts whose first byte is frequent and whose first two
+// bytes are not ("<!--" in HTML).
+inline std::size_t findText(std::string_view text, std::string_view wanted,
+                            std::size_t from) {
+  while (true) {
+    const std::size_t at = findPair(text, wanted[0], wanted[1], from);
+    if (at == std::string_view::npos || text.substr(at).starts_with(wanted)) {
+      return at;
+    }
+    from = at + 1;
+  }
 }
 
 }  // namespace quillhaven::platform::internal

@@ -67,6 +67,40 @@ TEST(Headers, AreUnfoldedDecodedAndCollapsed) {
   }
 }
 
+// Sixteen bytes of a line are looked at together.
+TEST(Headers, AreReadAlikeAtEveryOffset) {
+  const struct {
+    std::string_view text, read;
+  } cases[] = {
+      {"", ""},
+      {" ", " "},
+      {"  ", " "},
+      {"\t", " "},
+      {"\xC2\xA0", " "},
+      {" \xE3\x80\x80", " "},
+      {"\xC2\xA1", "\xC2\xA1"},
+      {"\xE2\x80\xA6", "\xE2\x80\xA6"},  // begins like U+2028
+      {"=?utf-8?Q?b?=", "b"},
+      {"=\n ?utf-8?Q?b?=", "= ?utf-8?Q?b?="},
+      {"\n b", " b"},
+      {" \n\tb", " b"},
+      {"\r\n  b  \r\n c", " b c"},
+      {"\n =?utf-8?Q?b?=", "b"},
+      {": :", ": :"},
+  };
+  for (const auto& c : cases) {
+    for (std::size_t count = 2; count < 36; ++count) {
+      const std::string around(count, 'a');
+      const std::string message = "Subject: " + around + std::string(c.text) +
+                                  around + "\nX-Next: " + around + "\n\n";
+      SCOPED_TRACE(testing::PrintToString(message));
+      const EmailMessageParser parser = parsed(message);
+      EXPECT_EQ(parser.subject(), around + std::string(c.read) + around);
+      EXPECT_EQ(valuesOf(parser, "x-next"), Values{around});
+    }
+  }
+}
+
 // A field without a value of two units is stored with the one before it.
 TEST(Headers, CarryThePendingValue) {
   const struct {

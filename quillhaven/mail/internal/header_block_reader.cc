@@ -81,10 +81,10 @@ bool isPlainValue(std::string_view text) {
     std::memcpy(whole, text.data(), text.size());
     return isPlain(platform::internal::loadBytes(whole));
   }
-  for (std::size_t at = 0; at + kVectorSize < text.size(); at += kVectorSize) {
+  for (std::size_t at = 0; at + kVectorSize <= text.size(); at += kVectorSize) {
     if (!isPlain(platform::internal::loadBytes(text.data() + at))) return false;
   }
-  blanks = signs = 0;  // the last bytes, some of them once more
+  blanks = signs = 0;  // the last sixteen bytes, some or all once more
   return isPlain(
       platform::internal::loadBytes(text.data() + text.size() - kVectorSize));
 }
@@ -108,8 +108,7 @@ bool lowerASCII(std::string_view name, const char* readableEnd, char* room) {
     }
     const unsigned valid = left >= kVectorSize ? 0xFFFFU : (1U << left) - 1;
     beyond |= platform::internal::bitsOf(bytes >= 0x80) & valid;
-    const auto upper = reinterpret_cast<ByteVector>(isBetween(bytes, 'A', 'Z'));
-    bytes |= upper & 0x20;
+    bytes = platform::internal::asciiLowered(bytes);
     std::memcpy(room, &bytes, sizeof bytes);
   }
   return beyond == 0;
@@ -153,6 +152,83 @@ unsigned newlineBit(std::string_view text, std::size_t at) {
   return byteAt(text, at + 2) == 0xA8 ? 1U << 5 : 1U << 6;
 }
 
+// What one look at a line tells.
+struct LineScan {
+  std::size_t end;    // position of the line break, or the end of the text
+  std::size_t colon;  // position of the first ":", or `end`
+  bool isPlain;       // certainly all of it is as isPlainValue() says
+};
+
+// Looks at the line that begins at a position, each byte once.
+class LineScanner {
+ public:
+  LineScanner(std::string_view text, std::size_t at)
+      : text_(text), colon_(text.size()) {
+    for (; at + kVectorSize < text.size(); at += kVectorSize) {
+      if (!goesOn(at, kAllBits, platform::internal::loadBytes(text.data() + at),
+                  platform::internal::loadBytes(text.data() + at + 1))) {
+        return;
+      }
+    }
+    char tail[kVectorSize + 1] = {};
+    std::memcpy(tail, text.data() + at, text.size() - at);
+    const unsigned valid = kAllBits >> (kVectorSize - (text.size() - at));
+    if (goesOn(at, valid, platform::internal::loadBytes(tail),
+               platform::internal::loadBytes(tail + 1))) {
+      end_ = text.size();
+    }
+  }
+
+  [[nodiscard]] LineScan result() const {
+    return {end_, std::min(colon_, end_), isPlain_};
+  }
+
+ private:
+  static constexpr unsigned kAllBits = 0xFFFF;
+
+  // Takes in the bytes at `at` that are marked in `valid`, with those after
+  // each; true when the line goes on.
+  bool goesOn(std::size_t at, unsigned valid, ByteVector bytes,
+              ByteVector next) {
+    using platform::internal::bitsOf;
+    // Controls, newlines among them, and all beyond ASCII.
+    unsigned odd =
+        bitsOf((bytes >= 0x80) | isBetween(bytes, 0x09, 0x0D)) & valid;
+    unsigned pairs = bitsOf((equals(bytes, ' ') & equals(next, ' ')) |
+                            (equals(bytes, '=') & equals(next, '?'))) &
+                     valid;
+    if (colon_ == text_.size()) {
+      const unsigned colons = bitsOf(equals(bytes, ':')) & valid;
+      if (colons != 0) colon_ = at + lowestBit(colons);
+    }
+    for (; odd != 0; odd &= odd - 1) {
+      const std::size_t position = at + lowestBit(odd);
+      if (newlineLength(text_, position) == 0) {
+        isPlain_ = false;
+        continue;
+      }
+      end_ = position;
+      if ((pairs & ((odd & (0U - odd)) - 1)) != 0) isPlain_ = false;
+      return false;
+    }
+    if (pairs != 0) isPlain_ = false;
+    return true;
+  }
+
+  static std::size_t lowestBit(unsigned bits) {
+    return static_cast<std::size_t>(std::countr_zero(bits));
+  }
+
+  std::string_view text_;
+  std::size_t end_ = 0;
+  std::size_t colon_;
+  bool isPlain_ = true;
+};
+
+LineScan scanLine(std::string_view text, std::size_t at) {
+  return LineScanner(text, at).result();
+}
+
 // True when a value of this text counts: two UTF-16 units or more.
 bool isLongEnough(std::string_view text) {
   return text.size() > 4 || platform::lengthInUTF16Units(text) >= 2;
@@ -180,54 +256,64 @@ std::size_t skipToNextNewline(std::string_view text, std::size_t at) {
 
 HeaderLine readHeaderLine(std::string_view text, std::size_t at) {
   HeaderLine line;
-  line.end = platform::internal::findNewline(text, at);
-  const std::string_view all = text.substr(at, line.end - at);
-  if (all.empty()) {
+  const auto first = static_cast<unsigned char>(text[at]);
+  const std::size_t blank =
+      first > ' ' && first < 0x80 ? 0 : blankLength(text, at);
+  if (blank != 0) {
+    std::size_t start = at + blank;
+    while (const std::size_t length = blankLength(text, start)) start += length;
+    const LineScan scan = scanLine(text, start);
+    line.kind = HeaderLine::Kind::kContinuation;
+    line.end = scan.end;
+    line.hasValue = scan.end > at + blank;
+    line.isPlain = scan.isPlain;
+    line.value =
+        platform::internal::trimmedBlanks(text.substr(start, scan.end - start));
+    return line;
+  }
+  const LineScan scan = scanLine(text, at);
+  line.end = scan.end;
+  if (scan.end == at) {
     line.kind = HeaderLine::Kind::kBlank;
     return line;
   }
-  const auto first = static_cast<unsigned char>(all.front());
-  const std::size_t blank =
-      first > ' ' && first < 0x80 ? 0 : blankLength(all, 0);
-  if (blank != 0) {
-    line.kind = HeaderLine::Kind::kContinuation;
-    line.hasValue = all.size() > blank;
-    line.value = platform::internal::trimmedBlanks(all.substr(blank));
-    return line;
-  }
-  const std::size_t colon = std::min(all.find(':'), all.size());
-  if (colon == 0) {
+  if (scan.colon == at) {
     line.kind = HeaderLine::Kind::kUnnamed;
     return line;
   }
   line.kind = HeaderLine::Kind::kField;
-  line.name = all.substr(0, colon);
-  if (colon == all.size()) return line;
-  std::size_t start = colon + 1;
-  while (const std::size_t length = blankLength(all, start)) start += length;
-  line.value = all.substr(start);
+  line.name = text.substr(at, scan.colon - at);
+  if (scan.colon == scan.end) return line;
+  std::size_t start = scan.colon + 1;
+  while (const std::size_t length = blankLength(text, start)) start += length;
+  line.value = text.substr(start, scan.end - start);
   line.hasValue = isLongEnough(line.value);
+  line.isPlain = scan.isPlain;
   return line;
 }
 
 PendingValue::PendingValue(std::size_t sizeOfText)
     : carriedBytesLeft_(std::max(sizeOfText, kLeastCarriedBytes)) {}
 
-void PendingValue::set(std::string_view value) {
+void PendingValue::set(const HeaderLine& line) {
   exists_ = true;
   ++version_;
-  isOwned_ = isStored_ = isNormal_ = isCarried_ = false;
+  isOwned_ = isStored_ = isCarried_ = false;
+  isPlain_ = isNormal_ = line.isPlain;
   owed_ = 0;
-  view_ = value;
+  view_ = line.value;
 }
 
-void PendingValue::extend(std::string_view trimmed, std::string_view text,
+void PendingValue::extend(const HeaderLine& line, std::string_view text,
                           std::size_t at) {
   if (!exists_) return;
   settled();
   if (isCarried_ && !spend(view_.size())) return;
+  const std::string_view trimmed = line.value;
   std::size_t capacity = view_.size() + trimmed.size() + 1;
-  if (capacity > owned_.capacity()) {
+  if (capacity <= kUsualCapacity) {
+    capacity = kUsualCapacity;
+  } else if (capacity > owned_.capacity()) {
     // Room for all the lines that follow, which add no more than they hold.
     while (at < text.size() && blankLength(text, at) != 0) {
       const std::size_t end = platform::internal::findNewline(text, at);
@@ -236,13 +322,16 @@ void PendingValue::extend(std::string_view trimmed, std::string_view text,
     }
   }
   own(capacity);
-  const bool isWord = trimmed.find('?') != std::string_view::npos &&
+  isPlain_ = isPlain_ && line.isPlain && !view_.ends_with(' ');
+  const bool isWord = !line.isPlain &&
+                      trimmed.find('?') != std::string_view::npos &&
                       isMimeEncodedString(trimmed);
   if (!isWord) owned_.push_back(' ');
   owned_.append(trimmed);
   view_ = owned_;
   ++version_;
-  isNormal_ = isCarried_ = false;
+  isNormal_ = isPlain_;
+  isCarried_ = false;
 }
 
 std::string_view PendingValue::settled() {
@@ -279,7 +368,7 @@ bool PendingValue::spend(std::size_t bytes) {
 
 void PendingValue::normaliseNow() {
   if (view_.empty() || isPlainValue(view_)) {
-    isCarried_ = isNormal_ = true;
+    isCarried_ = isNormal_ = isPlain_ = true;
     return;
   }
   const bool hasWords = holdsEncodedWordOpening(view_);
@@ -315,7 +404,7 @@ std::size_t HeaderBlockReader::read(std::string_view text, std::size_t at,
     const HeaderLine line = readHeaderLine(text, at);
     if (line.kind == HeaderLine::Kind::kContinuation) {
       at = skipToNextNewline(text, line.end);
-      if (line.hasValue) reader.value_.extend(line.value, text, at);
+      if (line.hasValue) reader.value_.extend(line, text, at);
       continue;
     }
     reader.flush();
@@ -329,7 +418,7 @@ std::size_t HeaderBlockReader::read(std::string_view text, std::size_t at,
 void HeaderBlockReader::readField(const HeaderLine& line) {
   name_ = line.name;
   nameIsStored_ = false;
-  if (line.hasValue) value_.set(line.value);
+  if (line.hasValue) value_.set(line);
 }
 
 void HeaderBlockReader::flush() {
@@ -395,7 +484,7 @@ PartHeader readPartHeader(std::string_view block, std::size_t at,
     const std::size_t start = at;
     if (line.kind == HeaderLine::Kind::kContinuation) {
       at = skipToNextNewline(block, line.end);
-      if (line.hasValue) value.extend(line.value, block, at);
+      if (line.hasValue) value.extend(line, block, at);
       continue;
     }
     flush();
@@ -405,7 +494,7 @@ PartHeader readPartHeader(std::string_view block, std::size_t at,
       name = line.name;
       nameLine = start;
       if (line.hasValue) {
-        value.set(line.value);
+        value.set(line);
         valueLine = start;
       }
     }

@@ -35,6 +35,7 @@ struct HeaderLine {
   };
   Kind kind;
   bool hasValue = false;   // of a field, or of a continuation: something to add
+  bool isPlain = false;    // `value` is certainly stored as it stands
   std::string_view name;   // as written; never empty in a field
   std::string_view value;  // of a field, if it has two UTF-16 units or more
   std::size_t end;         // position of the line break
@@ -61,10 +62,11 @@ class PendingValue {
   [[nodiscard]] bool exists() const { return exists_; }
 
   // Replaces it by the value of a field line.
-  void set(std::string_view value);
+  void set(const HeaderLine& line);
 
-  // Adds the trimmed text of a continuation line that stands at `at` of `text`.
-  void extend(std::string_view trimmed, std::string_view text, std::size_t at);
+  // Adds the text of a continuation line; the next line begins at `at` of
+  // `text`.
+  void extend(const HeaderLine& line, std::string_view text, std::size_t at);
 
   // Storing the value with a field decodes its encoded words and makes every
   // run of white space one blank; it is pending in that form from then on. The
@@ -84,6 +86,9 @@ class PendingValue {
   [[nodiscard]] bool isStored() const { return isStored_; }
 
  private:
+  // Room for the folded values of honest mail.
+  static constexpr std::size_t kUsualCapacity = 1000;
+
   void own(std::size_t capacity);
   bool spend(std::size_t bytes);
   void normaliseNow();
@@ -91,6 +96,7 @@ class PendingValue {
   bool exists_ = false;
   bool isOwned_ = false;    // view_ is owned_
   bool isStored_ = false;   // view_ is what moveTo() named
+  bool isPlain_ = false;    // certainly normalising never changed anything
   bool isNormal_ = false;   // normalising changes nothing any more
   bool isCarried_ = false;  // was stored with a field and not changed since
   std::size_t owed_ = 0;    // normalisations not done yet

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 #include "quillhaven/platform/base/ascii.h"
@@ -14,6 +16,8 @@ namespace {
 
 using platform::hexDigitValue;
 using platform::StringEncoding;
+using platform::internal::ByteVector;
+using platform::internal::kVectorSize;
 
 constexpr std::uint8_t kPadding = 64;
 constexpr std::uint8_t kIgnored = 128;
@@ -84,76 +88,96 @@ std::optional<Escape> escapeAt(std::string_view text, std::size_t at,
 // where a character beyond ASCII, or the end, follows.
 class QuotedPrintableOutput {
  public:
+  // `capacity` bounds what is appended in all.
   QuotedPrintableOutput(std::size_t capacity, StringEncoding charset)
-      : charset_(charset) {
-    // UTF-8 needs no second buffer: it is checked once, at the end. Text beyond
-    // ASCII between escapes is whole characters and changes nothing about that.
-    (isUTF8() ? text_ : run_).reserve(capacity);
-  }
+      : isUTF8_(charset == platform::kStringEncodingUTF8),
+        charset_(charset),
+        run_(capacity + kVectorSize, '\0'),
+        end_(run_.data()) {}
 
-  void appendASCII(std::string_view text) {
-    (isUTF8() ? text_ : run_).append(text);
+  // Appends the first `count` of sixteen bytes of ASCII text.
+  void appendASCII(ByteVector bytes, std::size_t count) {
+    std::memcpy(end_, &bytes, sizeof bytes);
+    end_ += count;
   }
+  void appendASCII(char c) { *end_++ = c; }
 
   void appendEscaped(char byte) {
-    (isUTF8() ? text_ : run_).push_back(byte);
+    *end_++ = byte;
     runHasEscape_ = true;
   }
 
   [[nodiscard]] bool appendBeyondASCII(std::string_view character) {
-    if (!isUTF8() && !closeRun()) return false;
+    if (isUTF8_) {
+      end_ = std::copy(character.begin(), character.end(), end_);
+      return true;
+    }
+    if (!closeRun()) return false;
     text_.append(character);
     return true;
   }
 
   // The text, or nothing when some bytes did not convert.
   [[nodiscard]] std::optional<std::string> finish() {
-    if (isUTF8() ? !platform::isValidUTF8(text_) : !closeRun()) {
-      return std::nullopt;
+    if (!isUTF8_) {
+      if (!closeRun()) return std::nullopt;
+      return std::move(text_);
     }
-    return std::move(text_);
+    // UTF-8 needs no second buffer: it is checked once. Text beyond ASCII
+    // between escapes is whole characters and changes nothing about that.
+    run_.resize(sizeOfRun());
+    if (runHasEscape_ && !platform::isValidUTF8(run_)) return std::nullopt;
+    return std::move(run_);
   }
 
  private:
-  [[nodiscard]] bool isUTF8() const {
-    return charset_ == platform::kStringEncodingUTF8;
+  [[nodiscard]] std::size_t sizeOfRun() const {
+    return static_cast<std::size_t>(end_ - run_.data());
   }
 
   bool closeRun() {
-    if (run_.empty()) return true;
+    const std::string_view run(run_.data(), sizeOfRun());
+    if (run.empty()) return true;
     // Text without escapes is text already.
     const bool converted =
-        !runHasEscape_ ? (text_.append(run_), true)
-                       : platform::appendTextFromBytes(text_, run_, charset_);
-    run_.clear();
+        !runHasEscape_ ? (text_.append(run), true)
+                       : platform::appendTextFromBytes(text_, run, charset_);
+    end_ = run_.data();
     runHasEscape_ = false;
     return converted;
   }
 
+  bool isUTF8_;
   StringEncoding charset_;
   std::string text_;
-  std::string run_;
+  std::string run_;  // all room; filled up to end_
+  char* end_;
   bool runHasEscape_ = false;
 };
 
 std::optional<std::string> decodeQuotedPrintableAs(std::string_view text,
                                                    StringEncoding charset,
                                                    SoftBreaks softBreaks) {
-  using platform::internal::ByteVector;
   QuotedPrintableOutput out(text.size(), charset);
   for (std::size_t at = 0; at < text.size();) {
-    const std::size_t plainEnd =
-        platform::internal::findByte(text, at, [](ByteVector bytes) {
-          return platform::internal::equals(bytes, '=') | (bytes >= 0x80);
-        });
-    out.appendASCII(text.substr(at, plainEnd - at));
-    at = plainEnd;
-    if (at == text.size()) break;
-
-    if (text[at] != '=') {
+    if (text.size() - at >= kVectorSize) {
+      const ByteVector bytes = platform::internal::loadBytes(text.data() + at);
+      const unsigned special = platform::internal::bitsOf(
+          platform::internal::equals(bytes, '=') | (bytes >= 0x80));
+      const std::size_t count =
+          special == 0 ? kVectorSize
+                       : static_cast<std::size_t>(std::countr_zero(special));
+      out.appendASCII(bytes, count);
+      at += count;
+      if (special == 0) continue;
+    }
+    const auto c = static_cast<unsigned char>(text[at]);
+    if (c >= 0x80) {
       const std::size_t size = platform::codePointAt(text, at).size;
       if (!out.appendBeyondASCII(text.substr(at, size))) return std::nullopt;
       at += size;
+    } else if (c != '=') {
+      out.appendASCII(text[at++]);
     } else if (const std::size_t end = skipSoftBreaks(text, at, softBreaks);
                end != at) {
       at = end;
@@ -161,7 +185,7 @@ std::optional<std::string> decodeQuotedPrintableAs(std::string_view text,
       out.appendEscaped(escape->byte);
       at = escape->end;
     } else {
-      out.appendASCII("=");
+      out.appendASCII('=');
       ++at;
     }
   }

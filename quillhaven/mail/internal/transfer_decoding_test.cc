@@ -103,8 +103,14 @@ TEST(QuotedPrintable, DecodesBodies) {
       {"\xE6\x97\xA5=83A", shiftJIS, "\xE6\x97\xA5\xE3\x82\xA2"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(decodedQuotedPrintable(c.text, c.charset), c.decoded)
-        << testing::PrintToString(c.text) << " in " << c.charset;
+    // Sixteen bytes are looked at together; each case lies at every offset.
+    for (std::size_t count = 0; count <= 17; ++count) {
+      const std::string around(count, 'x');
+      EXPECT_EQ(decodedQuotedPrintable(around + std::string(c.text) + around,
+                                       c.charset),
+                around + std::string(c.decoded) + around)
+          << testing::PrintToString(c.text) << " in " << c.charset;
+    }
   }
 }
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "quillhaven/mail/internal/body_decoding.h"
+#include "quillhaven/mail/internal/content_type.h"
 #include "quillhaven/mail/internal/header_block_reader.h"
 #include "quillhaven/mail/internal/multipart_walk.h"
 #include "quillhaven/mail/internal/parser_log.h"
@@ -22,17 +23,13 @@
 namespace quillhaven::mail {
 namespace {
 
+using internal::ContentType;
+using internal::trimmedQuotes;
 using platform::internal::trimmedBlanks;
 
 constexpr std::string_view kSevenBit = "7bit";
 constexpr std::string_view kPlainTextContentType =
     "text/plain; charset=us-ascii";
-
-std::string_view trimmedQuotes(std::string_view text) {
-  const std::size_t start = std::min(text.find_first_not_of('"'), text.size());
-  text.remove_prefix(start);
-  return text.substr(0, text.find_last_not_of('"') + 1);
-}
 
 bool isContinuationByte(char c) {
   return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
@@ -184,31 +181,27 @@ std::optional<EmailMessageParser> EmailMessageParser::parse(
   if (body == message.text.size()) {
     contentType = contentType.substr(0, contentType.find(';'));
   }
-  std::string type;
-  std::string subtype;
-  const ContentTypeParameters parameters =
-      parseContentTypeField(contentType, &type, &subtype);
-  if (type == "text") {
-    parser->readSinglePart(message.text.substr(body), subtype, parameters);
-  } else if (type == "multipart") {
-    parser->readMultipart(message.text, body, subtype, parameters, depth);
+  const ContentType content(contentType);
+  if (content.type == "text") {
+    parser->readSinglePart(message.text.substr(body), content);
+  } else if (content.type == "multipart") {
+    parser->readMultipart(message.text, body, content, depth);
   }
   parser->settleHTMLBody();
   return parser;
 }
 
-void EmailMessageParser::readSinglePart(
-    std::string_view body, std::string_view subtype,
-    const ContentTypeParameters& parameters) {
+void EmailMessageParser::readSinglePart(std::string_view body,
+                                        const ContentType& content) {
+  const std::string_view subtype = content.subtype;
   if (subtype != "plain" && subtype != "html") {
     internal::logUnknownSubtype(subtype);
     return;
   }
   if (body.empty()) return;
   platform::StringEncoding charset = platform::kStringEncodingInvalid;
-  if (const auto found = parameters.find("charset");
-      found != parameters.end()) {
-    charset = platform::stringEncodingForIANAName(found->second);
+  if (content.charset) {
+    charset = platform::stringEncodingForIANAName(*content.charset);
   }
   if (charset == platform::kStringEncodingInvalid) {
     charset = platform::kStringEncodingUTF8;
@@ -223,19 +216,17 @@ void EmailMessageParser::readSinglePart(
 }
 
 void EmailMessageParser::readMultipart(std::string_view text, std::size_t body,
-                                       std::string_view subtype,
-                                       const ContentTypeParameters& parameters,
-                                       int depth) {
+                                       const ContentType& content, int depth) {
+  const std::string_view subtype = content.subtype;
   if (subtype == "report" || subtype == "encrypted") return;
   if (subtype != "alternative" && subtype != "mixed" && subtype != "related" &&
       subtype != "signed") {
     internal::logUnhandledMultipart(subtype, url_);
     return;
   }
-  const auto boundary = parameters.find("boundary");
-  if (boundary == parameters.end() || body == text.size()) return;
+  if (!content.boundary || body == text.size()) return;
   const internal::PartRecords records =
-      internal::collectParts(text, body, boundary->second);
+      internal::collectParts(text, body, *content.boundary);
 
   // The order is fixed: attached messages, then plain text, then HTML.
   // Deliberate: stored bodies were joined so.
@@ -414,27 +405,13 @@ ContentTransferEncoding EmailMessageParser::contentTransferEncodingForString(
 ContentTypeParameters EmailMessageParser::parseContentTypeField(
     std::string_view value, std::string* resultingMediaType,
     std::string* mediaSubtype) {
+  internal::ContentTypeReader reader(value);
+  if (resultingMediaType != nullptr) *resultingMediaType = reader.type();
+  if (mediaSubtype != nullptr) *mediaSubtype = reader.subtype();
   ContentTypeParameters parameters;
-  std::size_t end = value.find(';');
-  const std::string_view media = trimmedBlanks(value.substr(0, end));
-  if (resultingMediaType != nullptr) {
-    *resultingMediaType =
-        platform::lowercased(media.substr(0, media.find('/')));
-  }
-  if (mediaSubtype != nullptr) {
-    *mediaSubtype = platform::lowercased(media.substr(media.rfind('/') + 1));
-  }
-  while (end != std::string_view::npos) {
-    value.remove_prefix(end + 1);
-    end = value.find(';');
-    const std::string_view component = trimmedBlanks(value.substr(0, end));
-    const std::size_t sign = component.find('=');
-    if (sign == std::string_view::npos) continue;
-    const std::string_view name = trimmedBlanks(component.substr(0, sign));
-    const std::string_view text = trimmedBlanks(component.substr(sign + 1));
-    if (name.empty() || text.empty()) continue;
-    parameters.insert_or_assign(platform::lowercased(name),
-                                platform::lowercased(trimmedQuotes(text)));
+  while (const auto parameter = reader.next()) {
+    parameters.insert_or_assign(platform::lowercased(parameter->name),
+                                platform::lowercased(parameter->value));
   }
   return parameters;
 }

@@ -20,6 +20,10 @@
 
 namespace quillhaven::mail {
 
+namespace internal {
+struct ContentType;
+}
+
 // MIME transfer encodings (RFC 2045, section 6). Hosts store the numbers.
 enum class ContentTransferEncoding : int {
   Unknown = 0,
@@ -189,11 +193,10 @@ class EmailMessageParser {
   static std::optional<EmailMessageParser> parse(std::string_view text,
                                                  std::optional<std::string> url,
                                                  int depth);
-  void readSinglePart(std::string_view body, std::string_view subtype,
-                      const ContentTypeParameters& parameters);
+  void readSinglePart(std::string_view body,
+                      const internal::ContentType& content);
   void readMultipart(std::string_view text, std::size_t body,
-                     std::string_view subtype,
-                     const ContentTypeParameters& parameters, int depth);
+                     const internal::ContentType& content, int depth);
   void takePlainTextBody(std::optional<std::string> text);
   void takeHTMLBody(std::optional<std::string> text);
   void settleHTMLBody();

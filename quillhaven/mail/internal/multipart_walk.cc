@@ -1,11 +1,14 @@
 #include "quillhaven/mail/internal/multipart_walk.h"
 
 #include <algorithm>
+#include <forward_list>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
 
+#include "quillhaven/mail/internal/content_type.h"
 #include "quillhaven/mail/internal/header_block_reader.h"
 #include "quillhaven/platform/base/ascii.h"
 #include "quillhaven/platform/text/internal/white_space.h"
@@ -16,57 +19,49 @@ namespace {
 
 constexpr std::string_view kDashes = "--";
 
-// The boundaries of the multiparts that are open. Closing one removes all equal
-// ones; those deeper in the stack stay in it until they come to the top.
+// The boundaries of the multiparts that are open, each with "--" before it as
+// in a delimiter. Closing one removes all equal ones; those deeper in the stack
+// stay in it until they come to the top.
 class BoundaryStack {
  public:
-  void push(std::string boundary) {
-    entries_.push_back({std::move(boundary), ++clock_});
+  void push(std::string_view boundary) {
+    std::string delimiter(kDashes);
+    entries_.push_front({delimiter.append(boundary), ++clock_});
   }
 
-  // Removes every entry equal to `boundary`.
-  void remove(std::string boundary) {
-    removals_.insert_or_assign(std::move(boundary), ++clock_);
-    while (!entries_.empty() && isRemoved(entries_.back())) entries_.pop_back();
+  // Removes every entry equal to `delimiter`, which may be a view of one.
+  void remove(std::string_view delimiter) {
+    if (std::next(entries_.begin()) == entries_.end() &&
+        entries_.front().delimiter == delimiter) {
+      entries_.pop_front();
+      return;
+    }
+    removals_.insert_or_assign(std::string(delimiter), ++clock_);
+    while (!entries_.empty() && isRemoved(entries_.front())) {
+      entries_.pop_front();
+    }
   }
 
   [[nodiscard]] bool empty() const { return entries_.empty(); }
-  [[nodiscard]] const std::string& top() const {
-    return entries_.back().boundary;
+  // The view lives until its entry is removed.
+  [[nodiscard]] std::string_view top() const {
+    return entries_.front().delimiter;
   }
 
  private:
   struct Entry {
-    std::string boundary;
+    std::string delimiter;
     std::size_t pushed;  // when, by the clock
   };
 
   [[nodiscard]] bool isRemoved(const Entry& entry) const {
-    const auto removal = removals_.find(entry.boundary);
+    const auto removal = removals_.find(entry.delimiter);
     return removal != removals_.end() && removal->second > entry.pushed;
   }
 
-  std::deque<Entry> entries_;
+  std::forward_list<Entry> entries_;                       // from the top
   std::unordered_map<std::string, std::size_t> removals_;  // when last
   std::size_t clock_ = 0;
-};
-
-// A content type taken apart.
-struct ContentType {
-  std::string type;
-  std::string subtype;
-  ContentTypeParameters parameters;
-
-  explicit ContentType(std::string_view value)
-      : parameters(EmailMessageParser::parseContentTypeField(value, &type,
-                                                             &subtype)) {}
-
-  // The boundary of a multipart, or nothing.
-  [[nodiscard]] std::optional<std::string_view> boundary() const {
-    const auto found = parameters.find("boundary");
-    if (type != "multipart" || found == parameters.end()) return std::nullopt;
-    return found->second;
-  }
 };
 
 // A part's header with its content type taken apart.
@@ -141,7 +136,7 @@ void addPart(PartRecords& records, std::string_view part,
   if (!parsed.contentType) return;
   const ContentType& content = *parsed.contentType;
   if (content.type != "text" && content.type != "message") return;
-  std::deque<PartRecord>* list = nullptr;
+  std::list<PartRecord>* list = nullptr;
   if (content.subtype == "plain") list = &records.plain;
   if (content.subtype == "html") list = &records.html;
   if (content.subtype == "rfc822") list = &records.rfc822;
@@ -160,10 +155,9 @@ void addPart(PartRecords& records, std::string_view part,
     record.contentTransferEncoding = ContentTransferEncoding::EightBit;
   }
   // Unlike in a message of one part, an unknown charset stays unknown here.
-  const auto charset = content.parameters.find("charset");
-  record.charset = platform::stringEncodingForIANAName(
-      charset == content.parameters.end() ? std::string_view("utf-8")
-                                          : std::string_view(charset->second));
+  record.charset = content.charset
+                       ? platform::stringEncodingForIANAName(*content.charset)
+                       : platform::kStringEncodingUTF8;
   list->push_back(record);
 }
 
@@ -173,10 +167,10 @@ PartRecords collectParts(std::string_view text, std::size_t at,
                          std::string_view boundary) {
   PartRecords records;
   BoundaryStack boundaries;
-  boundaries.push(std::string(boundary));
+  boundaries.push(boundary);
   DelimiterHeaders headers(text);
   while (at < text.size()) {
-    const std::string delimiter = std::string(kDashes) + boundaries.top();
+    const std::string_view delimiter = boundaries.top();
     const auto opening = platform::findIgnoringCase(text, delimiter, at);
     if (!opening) break;
     const std::size_t start =
@@ -185,9 +179,10 @@ PartRecords collectParts(std::string_view text, std::size_t at,
 
     bool isWhole = false;
     const ParsedHeader& parsed = headers.at(start, isWhole);
-    const auto nested =
-        parsed.contentType ? parsed.contentType->boundary() : std::nullopt;
-    if (!nested) {
+    const bool isNested = parsed.contentType &&
+                          parsed.contentType->type == "multipart" &&
+                          parsed.contentType->boundary;
+    if (!isNested) {
       const auto next = platform::findIgnoringCase(text, delimiter, start);
       at = next ? next->position : text.size();
       const std::string_view part = text.substr(start, at - start);
@@ -199,13 +194,12 @@ PartRecords collectParts(std::string_view text, std::size_t at,
       }
     }
 
-    std::string closed = boundaries.top();
-    if (nested) boundaries.push(std::string(*nested));
-    const auto close = platform::prefixLengthIgnoringCase(
-        text.substr(at), delimiter + std::string(kDashes));
-    if (!close) continue;
-    at += *close;
-    boundaries.remove(std::move(closed));
+    if (isNested) boundaries.push(*parsed.contentType->boundary);
+    const auto end =
+        platform::prefixLengthIgnoringCase(text.substr(at), delimiter);
+    if (!end || !text.substr(at + *end).starts_with(kDashes)) continue;
+    at += *end + kDashes.size();
+    boundaries.remove(delimiter);
     if (boundaries.empty()) break;
   }
   return records;

@@ -4,7 +4,7 @@
 #define QUILLHAVEN_MAIL_INTERNAL_MULTIPART_WALK_H_
 
 #include <cstddef>
-#include <deque>
+#include <list>
 #include <string_view>
 
 #include "quillhaven/mail/email_message_parser.h"
@@ -21,9 +21,9 @@ struct PartRecord {
 
 // The records by subtype, each in the order of the message.
 struct PartRecords {
-  std::deque<PartRecord> rfc822;
-  std::deque<PartRecord> plain;
-  std::deque<PartRecord> html;
+  std::list<PartRecord> rfc822;
+  std::list<PartRecord> plain;
+  std::list<PartRecord> html;
 };
 
 // Header lines that belong to several delimiters, because no blank line parts

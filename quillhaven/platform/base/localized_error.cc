@@ -1,5 +1,7 @@
 #include "quillhaven/platform/base/localized_error.h"
 
+#include "quillhaven/platform/base/localization.h"
+
 namespace quillhaven::platform {
 namespace {
 
@@ -17,11 +19,9 @@ ErrorUserInfo userInfoOf(const ErrorTexts& texts) {
 }
 
 std::string defaultDescription(std::string_view domain, int code) {
-  return std::string("The operation couldn\u2019t be completed. (")
-      .append(domain)
-      .append(" error ")
-      .append(std::to_string(code))
-      .append(".)");
+  return localizedStringWithFormat(
+      "The operation couldn’t be completed. (%1$@ error %2$i.)",
+      {domain, code});
 }
 
 }  // namespace

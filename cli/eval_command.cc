@@ -29,6 +29,7 @@ constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
 constexpr std::span<const EvalOperation> (*kFamilies[])() = {
     mailOperations,
     htmlOperations,
+    errorOperations,
 };
 
 const EvalOperation& operationNamed(std::string_view name) {

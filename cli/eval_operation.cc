@@ -90,6 +90,38 @@ std::uint32_t Arguments::uint32(std::string_view name) const {
                  value.is_number() ? value.dump() : value.type_name());
 }
 
+std::int32_t Arguments::int32(std::string_view name) const {
+  using Limits = std::numeric_limits<std::int32_t>;
+  const json& value = required(name);
+  // A number beyond 2^63 - 1 is unsigned, and would read as a negative one.
+  if (value.is_number_integer() &&
+      (!value.is_number_unsigned() ||
+       value.get<std::uint64_t>() <= std::uint64_t{Limits::max()}) &&
+      value.get<std::int64_t>() >= Limits::min()) {
+    return value.get<std::int32_t>();
+  }
+  throw mistyped(name, "an integer from -2147483648 to 2147483647",
+                 value.is_number() ? value.dump() : value.type_name());
+}
+
+std::optional<std::vector<std::optional<std::string_view>>>
+Arguments::optionalStrings(std::string_view name) const {
+  constexpr std::string_view kExpected = "a list of strings and nulls";
+  const json* const list = optional(name);
+  if (list == nullptr || list->is_null()) return std::nullopt;
+  if (!list->is_array()) throw mistyped(name, kExpected, list->type_name());
+  std::vector<std::optional<std::string_view>> strings;
+  strings.reserve(list->size());
+  for (const json& element : *list) {
+    if (element.is_null()) {
+      strings.emplace_back();
+    } else {
+      strings.emplace_back(stringIn(element, name, kExpected));
+    }
+  }
+  return strings;
+}
+
 std::string Arguments::base64(std::string_view name) const {
   auto bytes = bytesFromBase64(string(name));
   if (bytes) return std::move(*bytes);

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "cli/json_writer.h"
 
@@ -41,6 +42,11 @@ class Arguments {
   [[nodiscard]] std::optional<bool> optionalBool(std::string_view name) const;
   // A whole number from 0 to 2^32 - 1.
   [[nodiscard]] std::uint32_t uint32(std::string_view name) const;
+  // A whole number from -2^31 to 2^31 - 1.
+  [[nodiscard]] std::int32_t int32(std::string_view name) const;
+  // A list whose elements are strings or null.
+  [[nodiscard]] std::optional<std::vector<std::optional<std::string_view>>>
+  optionalStrings(std::string_view name) const;
   // The bytes of an argument in Base64 (RFC 4648, section 4), padded.
   [[nodiscard]] std::string base64(std::string_view name) const;
 
@@ -66,6 +72,7 @@ void onText(const Arguments& arguments, JsonWriter& result) {
 // The families; each is listed in eval_command.cc.
 std::span<const EvalOperation> mailOperations();
 std::span<const EvalOperation> htmlOperations();
+std::span<const EvalOperation> errorOperations();
 
 // Returns the bytes that `text` encodes, or nothing when it is not Base64 with
 // the standard alphabet and its padding, or holds anything else.

@@ -366,5 +366,18 @@ TEST(Eval, AnswersLongAndManyLinesInOrder) {
   EXPECT_TRUE(run.output == expected);
 }
 
+TEST(Eval, AnswersWithTextsInTheUsersLanguage) {
+  const auto folder = std::filesystem::path(kProgram).parent_path();
+  if (!std::filesystem::exists(folder / "share/locale/de")) {
+    GTEST_SKIP() << "built without msgfmt, thus without translations";
+  }
+  const RunResult run = runProgram(
+      "/usr/bin/env", {"LC_ALL=C.UTF-8", "LANGUAGE=de", kProgram, "eval"},
+      R"({"op":"quillhavenError","case":"unknown"})");
+  EXPECT_NE(run.output.find("Ein unbekannter Fehler ist aufgetreten."),
+            std::string::npos)
+      << run.output;
+}
+
 }  // namespace
 }  // namespace quillhaven::cli

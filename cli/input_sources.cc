@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -60,7 +61,9 @@ bool isFolder(const std::string& path) {
 }  // namespace
 
 std::string errorText(int error) {
-  return std::generic_category().message(error);
+  // In English like all diagnostics, whatever language the program speaks.
+  const char* const text = ::strerrordesc_np(error);
+  return text != nullptr ? text : std::generic_category().message(error);
 }
 
 std::optional<std::size_t> readSome(int fd, char* bytes, std::size_t size) {

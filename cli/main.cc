@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <clocale>
 #include <csignal>
 #include <exception>
 #include <iterator>
@@ -129,6 +130,8 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   // A reader that goes away is a failed write, not a signal.
   std::signal(SIGPIPE, SIG_IGN);
+  // The library's texts in the user's language; diagnostics stay in English.
+  std::setlocale(LC_MESSAGES, "");
   try {
     return quillhaven::cli::run(argc, argv);
   } catch (const std::exception& error) {

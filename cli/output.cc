@@ -5,9 +5,9 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <system_error>
 
 #include "cli/command.h"
+#include "cli/input_sources.h"
 
 namespace quillhaven::cli {
 namespace {
@@ -109,8 +109,7 @@ int finish(Output& output, int status) {
   const int error = output.error();
   if (error == 0) return status;
   if (error == EPIPE) return kDone;
-  writeDiagnostics(
-      diagnostic("cannot write", std::generic_category().message(error)));
+  writeDiagnostics(diagnostic("cannot write", errorText(error)));
   return kFailed;
 }
 

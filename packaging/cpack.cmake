@@ -1,4 +1,5 @@
-# What `cpack -G DEB` makes: the command, and the library to build hosts with.
+# What `cpack -G DEB` makes: the command, the library to build hosts with, and
+# the translations that both use.
 # Included at the end of the main CMakeLists.txt, after every install().
 set(CPACK_PACKAGE_NAME "quillhaven-utilities")
 set(CPACK_PACKAGE_VENDOR "Quillhaven")
@@ -16,6 +17,11 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL development)
 if(QUILLHAVEN_BUILD_CLI)
   list(APPEND CPACK_COMPONENTS_ALL program)
+endif()
+if(QUILLHAVEN_MSGFMT)
+  list(APPEND CPACK_COMPONENTS_ALL translations)
+  set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "quillhaven-utilities-l10n")
+  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "quillhaven-utilities-l10n")
 endif()
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
@@ -36,10 +42,22 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME "libquillhaven-utilities-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION "libdevel")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libicu-dev (>= 72)")
 
+set(CPACK_COMPONENT_TRANSLATIONS_DESCRIPTION
+"texts of the Quillhaven library in other languages
+What the quillhaven command and hosts of the library show to their users.")
+set(CPACK_DEBIAN_TRANSLATIONS_PACKAGE_NAME "quillhaven-utilities-l10n")
+set(CPACK_DEBIAN_TRANSLATIONS_PACKAGE_SECTION "localization")
+set(CPACK_DEBIAN_TRANSLATIONS_PACKAGE_ARCHITECTURE all)
+
 # Debian wants the terms beside each package.
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" RENAME copyright
   DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/libquillhaven-utilities-dev"
   COMPONENT development)
+if(QUILLHAVEN_MSGFMT)
+  install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" RENAME copyright
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/quillhaven-utilities-l10n"
+    COMPONENT translations)
+endif()
 if(QUILLHAVEN_BUILD_CLI)
   install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" RENAME copyright
     DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/quillhaven" COMPONENT program)

@@ -80,6 +80,37 @@ if [[ -z $flags ]] && command -v readelf >/dev/null; then
   grep -qE '^lib(icu|quillhaven_)' "$folder/needed" || fail "ICU is not linked"
 fi
 
+# A host beside the installed catalogue sees it, wherever the prefix was moved.
+if [[ -e $build_folder/share/locale/de ]]; then
+  mkdir "$folder/german"
+  cat >"$folder/german/german.cc" <<'END'
+#include <quillhaven/identity/keychain_error.h>
+
+#include <clocale>
+#include <iostream>
+
+int main() {
+  std::setlocale(LC_ALL, "");
+  const auto error = quillhaven::identity::KeychainError::status(-128);
+  std::cout << error.recoverySuggestion().value() << '\n';
+}
+END
+  cat >"$folder/german/CMakeLists.txt" <<'END'
+cmake_minimum_required(VERSION 3.25)
+project(German LANGUAGES CXX)
+find_package(QuillhavenUtilities REQUIRED COMPONENTS identity_errors)
+add_executable(german german.cc)
+target_link_libraries(german PRIVATE Quillhaven::identity_errors)
+END
+  quietly configure "$folder/german" "$folder/german/build"
+  quietly "$cmake" --build "$folder/german/build"
+  mkdir -p "$prefix/bin"
+  cp "$folder/german/build/german" "$prefix/bin"
+  LC_ALL=C.UTF-8 LANGUAGE=de "$prefix/bin/german" >"$folder/output"
+  grep -qF 'Bitte gewähren Sie den Zugriff' "$folder/output" ||
+    fail "the installed translation is not seen" "$folder/output"
+fi
+
 if command -v pkg-config >/dev/null; then
   export PKG_CONFIG_PATH=$pkg_config_folder
   # Only this test moves what was installed, so only here the prefix differs.

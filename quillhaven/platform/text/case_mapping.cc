@@ -2,6 +2,7 @@
 
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
+#include <unicode/ucasemap.h>
 
 #include "quillhaven/platform/base/ascii.h"
 #include "quillhaven/platform/text/utf8.h"
@@ -23,6 +24,15 @@ std::string mappedByICU(std::string_view text, Mapping mapping) {
   return mapped;
 }
 
+// The text as one word; the signature is that of the other mappings.
+void utf8ToCapitalized(const char* locale, std::uint32_t options,
+                       icu::StringPiece text, icu::ByteSink& sink,
+                       icu::Edits* edits, UErrorCode& status) {
+  icu::CaseMap::utf8ToTitle(
+      locale, options | U_TITLECASE_WHOLE_STRING | U_TITLECASE_ADJUST_TO_CASED,
+      nullptr, text, sink, edits, status);
+}
+
 }  // namespace
 
 std::string lowercased(std::string_view text) {
@@ -36,6 +46,10 @@ std::string lowercased(std::string_view text) {
 
 std::string uppercased(std::string_view text) {
   return mappedByICU(text, icu::CaseMap::utf8ToUpper);
+}
+
+std::string capitalized(std::string_view word) {
+  return mappedByICU(word, utf8ToCapitalized);
 }
 
 }  // namespace quillhaven::platform

@@ -12,6 +12,11 @@ namespace quillhaven::platform {
 [[nodiscard]] std::string lowercased(std::string_view text);
 [[nodiscard]] std::string uppercased(std::string_view text);
 
+// Returns `word` (valid UTF-8) capitalised: its first cased letter in the full
+// mapping to title case, what follows it in lower case. "ß" gives "Ss", "ǆ"
+// gives "ǅ". Where words begin and end is the caller's business. Thread-safe.
+[[nodiscard]] std::string capitalized(std::string_view word);
+
 }  // namespace quillhaven::platform
 
 #endif  // QUILLHAVEN_PLATFORM_TEXT_CASE_MAPPING_H_

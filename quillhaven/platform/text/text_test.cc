@@ -153,6 +153,20 @@ TEST(WhiteSpace, TrimsAndFindsAcrossVectorEnds) {
   }
 }
 
+TEST(UTF16, CutsAtAUnit) {
+  const std::string_view text = "a\xE2\x82\xAC\xF0\x9F\x98\x80z";
+  const struct {
+    std::size_t units, size;
+    bool endsInsidePair;
+  } cases[] = {{0, 0, false}, {1, 1, false}, {2, 4, false}, {3, 4, true},
+               {4, 8, false}, {5, 9, false}, {9, 9, false}};
+  for (const auto& c : cases) {
+    const UTF16Prefix prefix = utf16Prefix(text, c.units);
+    EXPECT_EQ(prefix.size, c.size) << c.units;
+    EXPECT_EQ(prefix.endsInsidePair, c.endsInsidePair) << c.units;
+  }
+}
+
 TEST(CharacterSet, CombinesAndTrims) {
   const CharacterSet quotes = CharacterSet::withCharactersIn("'\"\xC2\xAB");
   const CharacterSet both = CharacterSet::whitespace().unionWith(quotes);
@@ -175,6 +189,21 @@ TEST(CaseMapping, IsFullAndWithoutLanguage) {
   EXPECT_EQ(uppercased("stra\xC3\x9F"
                        "e"),
             "STRASSE");
+  const struct {
+    std::string_view word, capitalized;
+  } words[] = {
+      {"", ""},
+      {"a", "A"},
+      {"aB-c", "Ab-c"},
+      {"\xC3\x9F", "Ss"},
+      {"\xC7\x86", "\xC7\x85"},    // U+01C6: title is not upper case
+      {"e\xCC\x81", "E\xCC\x81"},  // the mark stays
+      {"\xCE\xB1\xCD\x85", "\xCE\x91\xCD\x85"},  // this one has a case too
+      {"(a", "(A"},
+      {"\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
+      {"i", "I"},  // in every language
+  };
+  for (const auto& c : words) EXPECT_EQ(capitalized(c.word), c.capitalized);
 }
 
 TEST(RegularExpression, CountsInBytesAndReplaces) {

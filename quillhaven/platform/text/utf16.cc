@@ -17,6 +17,18 @@ std::size_t lengthInUTF16Units(std::string_view text) {
   return units;
 }
 
+UTF16Prefix utf16Prefix(std::string_view text, std::size_t units) {
+  std::size_t size = 0;
+  while (units > 0 && size < text.size()) {
+    const std::size_t length = codePointAt(text, size).size;
+    const std::size_t needed = length == 4 ? 2 : 1;
+    if (needed > units) return {size, true};
+    units -= needed;
+    size += length;
+  }
+  return {size, false};
+}
+
 void appendUTF16Unit(std::string& text, char16_t unit,
                      char16_t& pendingHighSurrogate) {
   if (unit >= 0xDC00 && unit <= 0xDFFF && pendingHighSurrogate != 0) {

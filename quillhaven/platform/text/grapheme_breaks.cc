@@ -60,8 +60,8 @@ class BreakRules {
       : text_(text), start_(start) {}
 
   // Whether a character begins at byte `at`, which lies inside the text, after
-  // its start and between two code points. Asked from left to right or from
-  // right to left.
+  // its start and between two code points. To be asked from left to right up to
+  // the first break, or for any number of them from right to left.
   bool isBreak(std::size_t at) {
     if (isASCII(text_[at - 1]) && isASCII(text_[at])) {
       return text_[at - 1] != '\r' || text_[at] != '\n';
@@ -116,8 +116,7 @@ class BreakRules {
 
   // The run of regional indicators is measured once: a text may be one.
   bool isSecondOfFlag(std::size_t at) {
-    if (runStart_ == kUnknown || at <= runStart_ || at > runEnd_) {
-      runEnd_ = at;
+    if (at <= runStart_) {
       runStart_ = at;
       while (runStart_ > start_) {
         const CodePoint indicator = codePointBefore(text_, runStart_);
@@ -162,8 +161,7 @@ class BreakRules {
 
   std::string_view text_;
   std::size_t start_;
-  std::size_t runStart_ = kUnknown;  // of regional indicators, if measured
-  std::size_t runEnd_ = 0;
+  std::size_t runStart_ = kUnknown;  // of the regional indicators met last
 };
 
 // Returns the end of the character that begins at `at`.

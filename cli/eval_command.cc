@@ -30,6 +30,7 @@ constexpr std::span<const EvalOperation> (*kFamilies[])() = {
     mailOperations,
     htmlOperations,
     errorOperations,
+    stringOperations,
 };
 
 const EvalOperation& operationNamed(std::string_view name) {

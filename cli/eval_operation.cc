@@ -92,15 +92,30 @@ std::uint32_t Arguments::uint32(std::string_view name) const {
 
 std::int32_t Arguments::int32(std::string_view name) const {
   using Limits = std::numeric_limits<std::int32_t>;
+  return static_cast<std::int32_t>(
+      integer(name, Limits::min(), Limits::max(),
+              "an integer from -2147483648 to 2147483647"));
+}
+
+std::int64_t Arguments::int64(std::string_view name) const {
+  using Limits = std::numeric_limits<std::int64_t>;
+  return integer(name, Limits::min(), Limits::max(),
+                 "an integer from -2^63 to 2^63 - 1");
+}
+
+std::int64_t Arguments::integer(std::string_view name, std::int64_t minimum,
+                                std::int64_t maximum,
+                                std::string_view expected) const {
+  constexpr auto kLargest =
+      static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
   const json& value = required(name);
   // A number beyond 2^63 - 1 is unsigned, and would read as a negative one.
   if (value.is_number_integer() &&
-      (!value.is_number_unsigned() ||
-       value.get<std::uint64_t>() <= std::uint64_t{Limits::max()}) &&
-      value.get<std::int64_t>() >= Limits::min()) {
-    return value.get<std::int32_t>();
+      (!value.is_number_unsigned() || value.get<std::uint64_t>() <= kLargest)) {
+    const auto number = value.get<std::int64_t>();
+    if (number >= minimum && number <= maximum) return number;
   }
-  throw mistyped(name, "an integer from -2147483648 to 2147483647",
+  throw mistyped(name, expected,
                  value.is_number() ? value.dump() : value.type_name());
 }
 
@@ -120,6 +135,19 @@ Arguments::optionalStrings(std::string_view name) const {
     }
   }
   return strings;
+}
+
+std::vector<std::string_view> Arguments::strings(std::string_view name) const {
+  const json& value = required(name);
+  if (!value.is_array()) {
+    throw mistyped(name, "a list of strings", value.type_name());
+  }
+  std::vector<std::string_view> list;
+  list.reserve(value.size());
+  for (const json& element : value) {
+    list.push_back(stringIn(element, name, "a list of strings"));
+  }
+  return list;
 }
 
 std::string Arguments::base64(std::string_view name) const {

@@ -47,12 +47,20 @@ class Arguments {
   // A list whose elements are strings or null.
   [[nodiscard]] std::optional<std::vector<std::optional<std::string_view>>>
   optionalStrings(std::string_view name) const;
+  // A whole number from -2^63 to 2^63 - 1.
+  [[nodiscard]] std::int64_t int64(std::string_view name) const;
+  // A list of strings.
+  [[nodiscard]] std::vector<std::string_view> strings(
+      std::string_view name) const;
   // The bytes of an argument in Base64 (RFC 4648, section 4), padded.
   [[nodiscard]] std::string base64(std::string_view name) const;
 
  private:
   [[nodiscard]] const nlohmann::json& required(std::string_view name) const;
   [[nodiscard]] const nlohmann::json* optional(std::string_view name) const;
+  [[nodiscard]] std::int64_t integer(std::string_view name,
+                                     std::int64_t minimum, std::int64_t maximum,
+                                     std::string_view expected) const;
 
   const nlohmann::json& object_;
 };
@@ -73,6 +81,7 @@ void onText(const Arguments& arguments, JsonWriter& result) {
 std::span<const EvalOperation> mailOperations();
 std::span<const EvalOperation> htmlOperations();
 std::span<const EvalOperation> errorOperations();
+std::span<const EvalOperation> stringOperations();
 
 // Returns the bytes that `text` encodes, or nothing when it is not Base64 with
 // the standard alphabet and its padding, or holds anything else.

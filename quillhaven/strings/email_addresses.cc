@@ -28,9 +28,9 @@ enum CharacterClass : unsigned char {
   kLocalClass = 8,   // "[A-Z0-9._%+-]", either case
 };
 
-constexpr std::array<unsigned char, 128> makeClasses() {
-  std::array<unsigned char, 128> classes{};
-  for (std::size_t i = 0; i < classes.size(); ++i) {
+constexpr std::array<unsigned char, 256> makeClasses() {
+  std::array<unsigned char, 256> classes{};  // nothing beyond ASCII
+  for (std::size_t i = 0; i < 128; ++i) {
     const char c = static_cast<char>(i);
     unsigned mask = 0;
     if (platform::isASCIILetter(c)) {
@@ -46,11 +46,10 @@ constexpr std::array<unsigned char, 128> makeClasses() {
   return classes;
 }
 
-constexpr std::array<unsigned char, 128> kClasses = makeClasses();
+constexpr std::array<unsigned char, 256> kClasses = makeClasses();
 
 bool isOneOf(char c, CharacterClass characterClass) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x80 && (kClasses[byte] & characterClass) != 0;
+  return (kClasses[static_cast<unsigned char>(c)] & characterClass) != 0;
 }
 
 // Without regard to case, "[A-Z]" matches these two as well: U+017F folds to
@@ -58,30 +57,38 @@ bool isOneOf(char c, CharacterClass characterClass) {
 constexpr std::string_view kLongS = "\xC5\xBF";
 constexpr std::string_view kKelvin = "\xE2\x84\xAA";
 
-// Length in bytes of the character of a class at `at`, in either case, or 0.
-std::size_t lengthAt(std::string_view text, std::size_t at,
+// Length in bytes of one of the two at the start of `text`, or 0.
+std::size_t wideLetterLength(std::string_view text) {
+  if (text.starts_with(kLongS)) return kLongS.size();
+  return text.starts_with(kKelvin) ? kKelvin.size() : 0;
+}
+
+// Returns the end of the run of characters of a class at `at`.
+std::size_t endOfRun(std::string_view text, std::size_t at,
                      CharacterClass characterClass) {
-  if (at >= text.size()) return 0;
-  if (isOneOf(text[at], characterClass)) return 1;
-  if (text.substr(at).starts_with(kLongS)) return kLongS.size();
-  return text.substr(at).starts_with(kKelvin) ? kKelvin.size() : 0;
-}
-
-// Length in bytes of the character of a class that ends before `end`, or 0.
-std::size_t lengthBefore(std::string_view text, std::size_t end,
-                         CharacterClass characterClass) {
-  if (end == 0) return 0;
-  if (isOneOf(text[end - 1], characterClass)) return 1;
-  if (text.substr(0, end).ends_with(kLongS)) return kLongS.size();
-  return text.substr(0, end).ends_with(kKelvin) ? kKelvin.size() : 0;
-}
-
-std::size_t skip(std::string_view text, std::size_t at,
-                 CharacterClass characterClass) {
-  while (const std::size_t length = lengthAt(text, at, characterClass)) {
+  while (true) {
+    while (at < text.size() && isOneOf(text[at], characterClass)) ++at;
+    if (at == text.size()) return at;
+    const std::size_t length = wideLetterLength(text.substr(at));
+    if (length == 0) return at;
     at += length;
   }
-  return at;
+}
+
+// Returns the start of the run of local characters that ends `text`.
+std::size_t startOfLocalRun(std::string_view text) {
+  std::size_t start = text.size();
+  while (true) {
+    while (start > 0 && isOneOf(text[start - 1], kLocalClass)) --start;
+    const std::string_view before = text.substr(0, start);
+    if (before.ends_with(kLongS)) {
+      start -= kLongS.size();
+    } else if (before.ends_with(kKelvin)) {
+      start -= kKelvin.size();
+    } else {
+      return start;
+    }
+  }
 }
 
 // "[A-Z]{2,6}" at `at`, as far as it goes; returns the end, or kNone.
@@ -90,7 +97,9 @@ std::size_t endOfTopLevelPart(std::string_view text, std::size_t at) {
   constexpr int kMost = 6;
   int letters = 0;
   while (letters < kMost) {
-    const std::size_t length = lengthAt(text, at, kLetterClass);
+    if (at == text.size()) break;
+    const std::size_t length =
+        isOneOf(text[at], kLetterClass) ? 1 : wideLetterLength(text.substr(at));
     if (length == 0) break;
     at += length;
     ++letters;
@@ -101,7 +110,7 @@ std::size_t endOfTopLevelPart(std::string_view text, std::size_t at) {
 // "[A-Z0-9.-]+\.[A-Z]{2,6}" at `at`: the first part takes what it can and gives
 // back until the rest matches. Returns the end, or kNone.
 std::size_t endOfDomain(std::string_view text, std::size_t at) {
-  const std::size_t end = skip(text, at, kDomainClass);
+  const std::size_t end = endOfRun(text, at, kDomainClass);
   const std::string_view run = text.substr(at, end - at);
   for (std::size_t dot = run.rfind('.'); dot != kNone && dot > 0;
        dot = run.rfind('.', dot - 1)) {
@@ -111,10 +120,12 @@ std::size_t endOfDomain(std::string_view text, std::size_t at) {
   return kNone;
 }
 
-// The parts of "^([^<]+ )?<([A-Z0-9._%+-]+@[A-Z0-9.-]+\.[A-Z]{2,6})>$".
+// A match of "^([^<]+ )?<([A-Z0-9._%+-]+@[A-Z0-9.-]+\.[A-Z]{2,6})>", to which
+// "$" is still to come.
 struct FormattedEmail {
   std::optional<std::string_view> name;  // the blank after it included
   std::string_view address;
+  std::size_t end;  // after ">"
 };
 
 // Whether "$" matches at `at`: at the end, or before a line break that ends the
@@ -133,27 +144,27 @@ std::optional<FormattedEmail> formattedEmail(std::string_view text) {
     name = text.substr(0, open);
   }
   const std::size_t local = open + 1;
-  const std::size_t at = skip(text, local, kLocalClass);
+  const std::size_t at = endOfRun(text, local, kLocalClass);
   if (at == local || at == text.size() || text[at] != '@') return std::nullopt;
   const std::size_t domain = at + 1;
-  const std::size_t close = skip(text, domain, kDomainClass);
+  const std::size_t close = endOfRun(text, domain, kDomainClass);
   if (close == text.size() || text[close] != '>') return std::nullopt;
   const std::size_t dot = text.substr(0, close).rfind('.');
   if (dot == kNone || dot <= domain) return std::nullopt;
   if (endOfTopLevelPart(text, dot + 1) != close) return std::nullopt;
-  if (!isAtEnd(text, close + 1)) return std::nullopt;
-  return FormattedEmail{name, text.substr(local, close - local)};
+  return FormattedEmail{name, text.substr(local, close - local), close + 1};
 }
 
 // The first UTF-16 units of `text`, as many as it has user-perceived
 // characters.
 platform::UTF16Prefix searchedPrefix(std::string_view text) {
-  // One unit each, unless two of them are a line break.
-  if (platform::asciiPrefixLength(text) == text.size() &&
-      text.find("\r\n") == kNone) {
-    return {text.size(), false};
-  }
-  return platform::utf16Prefix(text, platform::characterCount(text));
+  // ASCII has a unit for each, unless two of them are a line break.
+  const bool isPlain = platform::asciiPrefixLength(text) == text.size() &&
+                       text.find('\r') == kNone;
+  if (isPlain) return {text.size(), false};
+  const std::size_t count = platform::characterCount(text);
+  if (count == platform::lengthInUTF16Units(text)) return {text.size(), false};
+  return platform::utf16Prefix(text, count);
 }
 
 bool isDecimalDigit(char32_t character) {
@@ -214,25 +225,24 @@ bool isValidEmail(std::string_view text) {
 }
 
 bool isFormattedEmail(std::string_view text) {
+  const auto formatted = formattedEmail(text);
+  if (!formatted) return false;
   const platform::UTF16Prefix prefix = searchedPrefix(text);
   // Half a character is no end of an address.
-  return !prefix.endsInsidePair &&
-         formattedEmail(text.substr(0, prefix.size)).has_value();
+  return formatted->end <= prefix.size && !prefix.endsInsidePair &&
+         isAtEnd(text.substr(0, prefix.size), formatted->end);
 }
 
 // "[A-Z0-9._%+-]+@[A-Z0-9.-]+\.[A-Z]{2,6}". A match begins where the run before
 // its "@" does; runs are parted by "@", so each is read at most twice.
 std::optional<std::string> emailAddress(std::string_view text) {
+  std::size_t at = text.find('@');
+  if (at == kNone) return std::nullopt;
   text = text.substr(0, searchedPrefix(text).size);
   std::size_t floor = 0;
-  for (std::size_t at = text.find('@'); at != kNone; at = text.find('@', at)) {
-    const std::string_view before = text.substr(floor, at - floor);
-    std::size_t start = before.size();
-    while (const std::size_t length =
-               lengthBefore(before, start, kLocalClass)) {
-      start -= length;
-    }
-    start += floor;
+  for (; at < text.size(); at = text.find('@', at)) {
+    const std::size_t start =
+        floor + startOfLocalRun(text.substr(floor, at - floor));
     floor = at + 1;
     const std::size_t end = start == at ? kNone : endOfDomain(text, floor);
     if (end != kNone) return std::string(text.substr(start, end - start));
@@ -256,7 +266,7 @@ std::optional<std::string> emailName(std::string_view text) {
     return nameFromLocalPart(*localPart);
   }
   const auto formatted = formattedEmail(text);
-  if (!formatted) return std::nullopt;
+  if (!formatted || !isAtEnd(text, formatted->end)) return std::nullopt;
   if (formatted->name) {
     return std::string(platform::CharacterSet::whitespaceAndNewlines().trimmed(
         *formatted->name));

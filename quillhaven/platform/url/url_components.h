@@ -1,0 +1,55 @@
+// Takes URLs (RFC 3986) apart and adds query items to them.
+#ifndef QUILLHAVEN_PLATFORM_URL_URL_COMPONENTS_H_
+#define QUILLHAVEN_PLATFORM_URL_URL_COMPONENTS_H_
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quillhaven::platform {
+
+// The parts of a URL as they stand in it, percent escapes included. The views
+// point into the text that was taken apart and live as long as it does.
+struct UrlComponents {
+  std::string_view url;                   // the whole
+  std::string_view scheme;                // without ":"
+  std::optional<std::string_view> host;   // absent without "//"; may be empty
+  std::string_view path;                  // may be empty
+  std::optional<std::string_view> query;  // without "?"; may be empty
+  std::optional<std::string_view> fragment;  // without "#"; may be empty
+};
+
+// Returns the parts of `url`, or nothing when it is ill-formed: no scheme, a
+// character that RFC 3986 does not allow where it stands (all beyond ASCII are
+// such), a "%" without two hexadecimal digits, a port that is no number.
+[[nodiscard]] std::optional<UrlComponents> urlComponents(std::string_view url);
+
+// One item of a query: what stands between two "&", percent-decoded. An item
+// without "=" is a name without a value.
+struct UrlQueryItem {
+  std::string name;
+  std::optional<std::string> value;
+
+  friend bool operator==(const UrlQueryItem&, const UrlQueryItem&) = default;
+};
+
+// Returns the items of the query of a URL, in order; none when there is no
+// query or an empty one. Nothing but "&" separates items: "&amp;b=c", which
+// HTML shows as "&b=c", holds an item called "amp;b".
+[[nodiscard]] std::vector<UrlQueryItem> queryItems(const UrlComponents& url);
+
+// True when an item of the query is called `name`, percent-decoded, in that
+// letter case. Allocates nothing.
+[[nodiscard]] bool hasQueryItem(const UrlComponents& url,
+                                std::string_view name);
+
+// Appends to `text` the URL with one more query item, behind those that it has
+// and before its fragment. All bytes of the URL stay as they are; `name` and
+// `value` are percent-encoded.
+void appendAddingQueryItem(std::string& text, const UrlComponents& url,
+                           std::string_view name, std::string_view value);
+
+}  // namespace quillhaven::platform
+
+#endif  // QUILLHAVEN_PLATFORM_URL_URL_COMPONENTS_H_

@@ -36,19 +36,30 @@ struct RegularExpression::Compiled {
   std::unique_ptr<icu::RegexPattern> pattern;
 };
 
-RegularExpression::RegularExpression(std::string_view pattern,
-                                     Options options) {
+RegularExpression::RegularExpression(std::unique_ptr<const Compiled> compiled)
+    : compiled_(std::move(compiled)) {}
+
+std::optional<RegularExpression> RegularExpression::compiled(
+    std::string_view pattern, Options options) {
   const UTextPtr source = openUTF8(pattern);
   const std::uint32_t flags =
       options == Options::kIgnoringCase ? UREGEX_CASE_INSENSITIVE : 0;
   UErrorCode status = U_ZERO_ERROR;
   UParseError where;
-  std::unique_ptr<icu::RegexPattern> compiled(
+  std::unique_ptr<icu::RegexPattern> result(
       icu::RegexPattern::compile(source.get(), flags, where, status));
-  if (U_FAILURE(status)) {
+  if (U_FAILURE(status)) return std::nullopt;
+  return RegularExpression(
+      std::make_unique<const Compiled>(Compiled{std::move(result)}));
+}
+
+RegularExpression::RegularExpression(std::string_view pattern,
+                                     Options options) {
+  auto result = compiled(pattern, options);
+  if (!result) {
     fatalError("malformed regular expression: " + std::string(pattern));
   }
-  compiled_ = std::make_unique<const Compiled>(Compiled{std::move(compiled)});
+  compiled_ = std::move(result->compiled_);
 }
 
 RegularExpression::RegularExpression(RegularExpression&&) noexcept = default;

@@ -25,6 +25,11 @@ class RegularExpression {
   // Stops the process when `pattern` is malformed: patterns are program text.
   explicit RegularExpression(std::string_view pattern,
                              Options options = Options::kNone);
+  // Returns the pattern compiled, or nothing when it is malformed: for patterns
+  // that hold names from a configuration.
+  [[nodiscard]] static std::optional<RegularExpression> compiled(
+      std::string_view pattern, Options options = Options::kNone);
+
   RegularExpression(RegularExpression&&) noexcept;
   RegularExpression& operator=(RegularExpression&&) noexcept;
   ~RegularExpression();
@@ -44,6 +49,8 @@ class RegularExpression {
 
  private:
   struct Compiled;
+  explicit RegularExpression(std::unique_ptr<const Compiled> compiled);
+
   std::unique_ptr<const Compiled> compiled_;
 };
 

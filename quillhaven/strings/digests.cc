@@ -5,17 +5,17 @@
 #include "quillhaven/platform/text/case_mapping.h"
 #include "quillhaven/platform/text/utf8.h"
 #include "quillhaven/strings/encodings.h"
-#include "quillhaven/strings/internal/digest_context.h"
+#include "quillhaven/strings/internal/evp_algorithms.h"
 
 namespace quillhaven::strings {
 namespace {
 
-using internal::Digest;
+using internal::charactersOf;
 
 // Both tables are in the order of the cases.
-constexpr std::array<std::uint32_t, internal::kDigestCount> kPlatformConstants =
-    {1, 0, 5, 2, 3, 4};
-constexpr std::array<std::size_t, internal::kDigestCount> kDigestLengths = {
+constexpr std::array<std::uint32_t, internal::kAlgorithmCount>
+    kPlatformConstants = {1, 0, 5, 2, 3, 4};
+constexpr std::array<std::size_t, internal::kAlgorithmCount> kDigestLengths = {
     16, 20, 28, 32, 48, 64};
 
 std::size_t indexOf(HMACAlgorithm algorithm) {
@@ -23,10 +23,13 @@ std::size_t indexOf(HMACAlgorithm algorithm) {
 }
 
 template <std::size_t size>
-std::array<std::byte, size> digestOf(Digest algorithm,
+std::array<std::byte, size> digestOf(HMACAlgorithm algorithm,
                                      std::span<const std::byte> data) {
   std::array<std::byte, size> result;
-  internal::digest(algorithm, data, result);
+  if (EVP_Digest(data.data(), data.size(), charactersOf(result.data()), nullptr,
+                 internal::hashFunction(algorithm), nullptr) != 1) {
+    internal::throwFailure("digest");
+  }
   return result;
 }
 
@@ -41,22 +44,30 @@ std::size_t digestLength(HMACAlgorithm algorithm) {
 }
 
 std::array<std::byte, 16> md5(std::span<const std::byte> data) {
-  return digestOf<16>(Digest::kMD5, data);
+  return digestOf<16>(HMACAlgorithm::MD5, data);
 }
 
 std::array<std::byte, 20> sha1(std::span<const std::byte> data) {
-  return digestOf<20>(Digest::kSHA1, data);
+  return digestOf<20>(HMACAlgorithm::SHA1, data);
 }
 
 std::array<std::byte, 32> sha256(std::span<const std::byte> data) {
-  return digestOf<32>(Digest::kSHA256, data);
+  return digestOf<32>(HMACAlgorithm::SHA256, data);
 }
 
 std::vector<std::byte> hmac(std::span<const std::byte> data,
                             HMACAlgorithm algorithm,
                             std::span<const std::byte> key) {
+  const internal::EvpMacContextPtr context =
+      internal::hmacContext(algorithm, key);
   std::vector<std::byte> result(digestLength(algorithm));
-  internal::hmac(static_cast<Digest>(algorithm), key, data, result);
+  std::size_t size = 0;
+  if (EVP_MAC_update(context.get(), charactersOf(data.data()), data.size()) !=
+          1 ||
+      EVP_MAC_final(context.get(), charactersOf(result.data()), &size,
+                    result.size()) != 1) {
+    internal::throwFailure("HMAC");
+  }
   return result;
 }
 

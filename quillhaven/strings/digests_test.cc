@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "quillhaven/strings/digest_stream.h"
 #include "quillhaven/strings/encodings.h"
 #include "quillhaven/strings/log_type.h"
 
@@ -91,6 +92,25 @@ TEST(HMACAlgorithm, KeepsThePlatformsConstants) {
   for (const auto& c : cases) {
     EXPECT_EQ(platformConstant(c.algorithm), c.constant);
   }
+}
+
+TEST(DigestStream, GivesTheDigestOfAllPieces) {
+  const std::string text(1000, 't');
+  for (const std::size_t pieceSize : {1U, 63U, 64U, 65U, 1000U}) {
+    SCOPED_TRACE(pieceSize);
+    DigestStream digest(HMACAlgorithm::SHA1);
+    DigestStream authentication(HMACAlgorithm::SHA512, bytesOf("key"));
+    for (std::size_t at = 0; at < text.size(); at += pieceSize) {
+      const auto piece = bytesOf(std::string_view(text).substr(at, pieceSize));
+      digest.append(piece);
+      authentication.append(piece);
+    }
+    EXPECT_EQ(hexDigest(digest.finish()), hexDigest(sha1(bytesOf(text))));
+    EXPECT_EQ(authentication.finish(),
+              hmac(text, HMACAlgorithm::SHA512, bytesOf("key")));
+  }
+  EXPECT_EQ(hexDigest(DigestStream(HMACAlgorithm::MD5).finish()),
+            "d41d8cd98f00b204e9800998ecf8427e");
 }
 
 // The prepared contexts are shared: keys of threads must not meet.

@@ -31,6 +31,8 @@ constexpr std::span<const EvalOperation> (*kFamilies[])() = {
     htmlOperations,
     errorOperations,
     stringOperations,
+    digestOperations,
+    linkOperations,
 };
 
 const EvalOperation& operationNamed(std::string_view name) {

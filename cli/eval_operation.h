@@ -82,6 +82,8 @@ std::span<const EvalOperation> mailOperations();
 std::span<const EvalOperation> htmlOperations();
 std::span<const EvalOperation> errorOperations();
 std::span<const EvalOperation> stringOperations();
+std::span<const EvalOperation> digestOperations();
+std::span<const EvalOperation> linkOperations();
 
 // Returns the bytes that `text` encodes, or nothing when it is not Base64 with
 // the standard alphabet and its padding, or holds anything else.

@@ -1,20 +1,15 @@
 #include "cli/html_commands.h"
 
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 
-#include "cli/input_sources.h"
 #include "cli/output.h"
+#include "cli/whole_input.h"
 #include "quillhaven/html/html_data.h"
 #include "quillhaven/html/html_text.h"
 #include "quillhaven/platform/text/string_encoding.h"
-#include "quillhaven/platform/text/utf8.h"
 
 namespace quillhaven::cli {
 namespace {
@@ -24,31 +19,6 @@ struct ConversionOptions {
   std::string paragraphTag = "div";
   std::string file{kStandardInputPath};
 };
-
-Input inputNamed(const std::string& file) {
-  const bool isStandardInput = file == kStandardInputPath;
-  return {isStandardInput ? Input::Kind::kStandardInput : Input::Kind::kFile,
-          file,
-          {}};
-}
-
-// Reads `input` whole; says why when that fails and returns false.
-bool readWhole(WholeReader& reader, const Input& input) {
-  auto failure = reader.open(input);
-  if (!failure) failure = reader.read(std::numeric_limits<std::size_t>::max());
-  if (!failure) return true;
-  writeDiagnostics(diagnostic(displayName(input), *failure));
-  return false;
-}
-
-// Writes the result of a conversion exactly; a terminal gets the line break
-// that brings the prompt to a line of its own.
-int writeResult(std::string result) {
-  Output output(STDOUT_FILENO);
-  if (output.isTerminal() && !result.ends_with('\n')) result.push_back('\n');
-  output.append(result);
-  return finish(output, kDone);
-}
 
 int htmlToText(const ConversionOptions& options) {
   const std::string charset = options.charset.value_or("utf-8");
@@ -69,26 +39,14 @@ int htmlToText(const ConversionOptions& options) {
     writeDiagnostics(diagnostic(displayName(input), "not valid " + charset));
     return kFailed;
   }
-  return writeResult(std::move(text));
+  return writeWhole(std::move(text));
 }
 
 int textToHTML(const ConversionOptions& options) {
   WholeReader reader;
-  const Input input = inputNamed(options.file);
-  if (!readWhole(reader, input)) return kFailed;
-  if (!platform::isValidUTF8(reader.bytes())) {
-    writeDiagnostics(diagnostic(displayName(input), "not valid UTF-8"));
-    return kFailed;
-  }
-  return writeResult(html::stringByConvertingPlainTextToHTMLWithParagraphTag(
+  if (!readWholeText(reader, inputNamed(options.file))) return kFailed;
+  return writeWhole(html::stringByConvertingPlainTextToHTMLWithParagraphTag(
       reader.bytes(), options.paragraphTag));
-}
-
-void addFile(CLI::App& command, ConversionOptions& options) {
-  command
-      .add_option("FILE", options.file,
-                  "what to convert; - or nothing is standard input")
-      ->type_name("");
 }
 
 }  // namespace
@@ -103,7 +61,7 @@ void addHTMLToTextCommand(CLI::App& app, Work& work) {
       ->add_option("--charset", options->charset,
                    "IANA charset name of the document; default: UTF-8")
       ->type_name("NAME");
-  addFile(*command, *options);
+  addFileArgument(*command, options->file, "what to convert");
   command->footer(
       std::string("Examples:\n"
                   "  quillhaven html-to-text page.html\n"
@@ -126,7 +84,7 @@ void addTextToHTMLCommand(CLI::App& app, Work& work) {
                    "what a paragraph is put into: div (the default) or p")
       ->type_name("TAG")
       ->check(CLI::IsMember({"div", "p"}).description(""));
-  addFile(*command, *options);
+  addFileArgument(*command, options->file, "what to convert");
   command->footer(
       std::string("Examples:\n"
                   "  quillhaven text-to-html letter.txt\n"

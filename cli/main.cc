@@ -12,21 +12,21 @@
 #include <vector>
 
 #include "cli/command.h"
+#include "cli/digest_command.h"
 #include "cli/eval_command.h"
 #include "cli/html_commands.h"
 #include "cli/input_sources.h"
 #include "cli/output.h"
 #include "cli/parse_command.h"
+#include "cli/track_command.h"
 
 namespace quillhaven::cli {
 namespace {
 
 // Adding a command takes one line here.
 constexpr AddCommand kCommands[] = {
-    addParseCommand,
-    addHTMLToTextCommand,
-    addTextToHTMLCommand,
-    addEvalCommand,
+    addParseCommand, addHTMLToTextCommand, addTextToHTMLCommand,
+    addTrackCommand, addDigestCommand,     addEvalCommand,
 };
 
 int showHelp(const std::string& text) {
@@ -56,8 +56,8 @@ int reportWrongUsage(const CLI::App& app, const CLI::ParseError& error) {
 
 // Commands whose arguments that are no options are paths; their paths survive
 // CLI11, see withFolder().
-constexpr std::string_view kPathCommands[] = {"parse", "html-to-text",
-                                              "text-to-html"};
+constexpr std::string_view kPathCommands[] = {
+    "parse", "html-to-text", "text-to-html", "track", "digest"};
 
 bool takesPaths(std::string_view command) {
   return std::find(std::begin(kPathCommands), std::end(kPathCommands),

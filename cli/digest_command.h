@@ -1,0 +1,13 @@
+// `quillhaven digest`.
+#ifndef QUILLHAVEN_CLI_DIGEST_COMMAND_H_
+#define QUILLHAVEN_CLI_DIGEST_COMMAND_H_
+
+#include "cli/command.h"
+
+namespace quillhaven::cli {
+
+void addDigestCommand(CLI::App& app, Work& work);
+
+}  // namespace quillhaven::cli
+
+#endif  // QUILLHAVEN_CLI_DIGEST_COMMAND_H_

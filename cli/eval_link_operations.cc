@@ -2,8 +2,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include <string>
 #include <vector>
 
 #include "cli/eval_operation.h"

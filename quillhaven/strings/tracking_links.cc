@@ -62,6 +62,7 @@ std::string addingQueryItem(std::string_view text,
                             const std::optional<Uuid>& user,
                             std::string_view purpose, std::string_view name,
                             std::string_view value) {
+  const std::string item = platform::encodedQueryItem(name, value);
   std::string result;
   std::size_t copied = 0;
   forEachLink(text, user, purpose, [&](const TrackingLink& link) {
@@ -70,7 +71,7 @@ std::string addingQueryItem(std::string_view text,
     if (!url || platform::hasQueryItem(*url, name)) return true;
     if (copied == 0) result.reserve(text.size() + text.size() / 8);
     result.append(text.substr(copied, link.position - copied));
-    platform::appendAddingQueryItem(result, *url, name, value);
+    platform::appendAddingQueryItem(result, *url, item);
     copied = link.position + link.size;
     return true;
   });

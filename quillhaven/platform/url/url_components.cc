@@ -3,6 +3,7 @@
 #include <boost/url/parse.hpp>
 
 #include "quillhaven/platform/base/ascii.h"
+#include "quillhaven/platform/url/internal/plain_url.h"
 #include "quillhaven/platform/url/percent_encoding.h"
 
 namespace quillhaven::platform {
@@ -48,6 +49,13 @@ bool decodesTo(std::string_view text, std::string_view bytes) {
 }  // namespace
 
 std::optional<UrlComponents> urlComponents(std::string_view url) {
+  auto components = internal::plainUrlComponents(url);
+  if (!components) components = internal::urlComponentsByBoost(url);
+  return components;
+}
+
+std::optional<UrlComponents> internal::urlComponentsByBoost(
+    std::string_view url) {
   const auto parsed =
       boost::urls::parse_uri(boost::urls::string_view(url.data(), url.size()));
   if (!parsed) return std::nullopt;
@@ -88,8 +96,13 @@ bool hasQueryItem(const UrlComponents& url, std::string_view name) {
   });
 }
 
+std::string encodedQueryItem(std::string_view name, std::string_view value) {
+  return percentEncoded(name, UrlCharacters::kQueryItem) + '=' +
+         percentEncoded(value, UrlCharacters::kQueryItem);
+}
+
 void appendAddingQueryItem(std::string& text, const UrlComponents& url,
-                           std::string_view name, std::string_view value) {
+                           std::string_view item) {
   const std::size_t end =
       url.fragment ? url.url.size() - url.fragment->size() - 1 : url.url.size();
   text.append(url.url.substr(0, end));
@@ -98,9 +111,7 @@ void appendAddingQueryItem(std::string& text, const UrlComponents& url,
   } else if (!url.query->empty()) {
     text.push_back('&');
   }
-  text.append(percentEncoded(name, UrlCharacters::kQueryItem));
-  text.push_back('=');
-  text.append(percentEncoded(value, UrlCharacters::kQueryItem));
+  text.append(item);
   text.append(url.url.substr(end));
 }
 

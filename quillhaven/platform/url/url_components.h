@@ -44,11 +44,15 @@ struct UrlQueryItem {
 [[nodiscard]] bool hasQueryItem(const UrlComponents& url,
                                 std::string_view name);
 
+// Returns "name=value", both percent-encoded, for a query.
+[[nodiscard]] std::string encodedQueryItem(std::string_view name,
+                                           std::string_view value);
+
 // Appends to `text` the URL with one more query item, behind those that it has
-// and before its fragment. All bytes of the URL stay as they are; `name` and
-// `value` are percent-encoded.
+// and before its fragment. All bytes of the URL stay as they are. `item` is as
+// encodedQueryItem() returns it.
 void appendAddingQueryItem(std::string& text, const UrlComponents& url,
-                           std::string_view name, std::string_view value);
+                           std::string_view item);
 
 }  // namespace quillhaven::platform
 

@@ -183,7 +183,8 @@ TEST(AppendAddingQueryItem, LeavesEveryByteInPlace) {
   };
   for (const auto& c : cases) {
     std::string text = "before ";
-    appendAddingQueryItem(text, *urlComponents(c.url), "n&", "v= +");
+    appendAddingQueryItem(text, *urlComponents(c.url),
+                          encodedQueryItem("n&", "v= +"));
     EXPECT_EQ(text, "before " + std::string(c.expected));
   }
 }

@@ -90,6 +90,12 @@ std::optional<CaselessPattern> CaselessPattern::compiled(
   return result;
 }
 
+bool CaselessPattern::canBeginWith(char c) const {
+  const std::string& first = literals_.front();
+  return first.empty() || static_cast<unsigned char>(c) >= 0x80 ||
+         platform::asciiLower(c) == first.front();
+}
+
 std::size_t CaselessPattern::end(std::string_view text, std::size_t at) const {
   at = endOfLiteral(text, at, literals_.front());
   for (std::size_t i = 1; i < literals_.size() && at != kNoMatch; ++i) {

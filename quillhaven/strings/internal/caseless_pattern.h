@@ -32,6 +32,9 @@ class CaselessPattern {
   // is never more than one such place.
   [[nodiscard]] std::size_t end(std::string_view text, std::size_t at) const;
 
+  // False when nothing that the pattern matches begins with the byte `c`.
+  [[nodiscard]] bool canBeginWith(char c) const;
+
  private:
   // In lower case; any characters stand between two literals.
   std::vector<std::string> literals_;

@@ -1,5 +1,7 @@
 #include "quillhaven/strings/internal/tracking_link_matcher.h"
 
+#include <algorithm>
+
 #include "quillhaven/platform/base/ascii.h"
 #include "quillhaven/platform/text/internal/white_space.h"
 #include "quillhaven/platform/text/utf8.h"
@@ -45,14 +47,26 @@ std::size_t startOfScheme(std::string_view text, std::size_t from,
   constexpr std::string_view kLongS = "\u017F";
   constexpr std::size_t kBefore = 4;  // "http"
   const std::string_view before = text.substr(from, end - from);
+  if (before.ends_with("https")) return end - kBefore - 1;
   const std::size_t sSize = before.ends_with(kLongS) ? kLongS.size() : 1;
   if (before.size() < kBefore + sSize) return kNoMatch;
   const std::size_t start = end - sSize - kBefore;
   return endOfLiteral(text, start, "https") == end ? start : kNoMatch;
 }
 
+constexpr std::array<bool, 256> makeUserCharacters() {
+  std::array<bool, 256> characters{};
+  for (std::size_t byte = 0; byte < 128; ++byte) {
+    const char c = static_cast<char>(byte);
+    characters[byte] = platform::hexDigitValue(c) >= 0 || c == '-';
+  }
+  return characters;
+}
+
+constexpr std::array<bool, 256> kUserCharacters = makeUserCharacters();
+
 bool isUserCharacter(char c) {
-  return platform::hexDigitValue(c) >= 0 || c == '-';
+  return kUserCharacters[static_cast<unsigned char>(c)];
 }
 
 // "[0-9a-f-]*"
@@ -127,6 +141,16 @@ std::optional<TrackingNames> TrackingNames::compiled(
       appendCompiled(names.domains, configuration.trackingDomainNames) &&
       appendCompiled(names.endings, configuration.trackingDomainEndings);
   if (!arePlain) return std::nullopt;
+  for (std::size_t byte = 0; byte < names.canBegin.size(); ++byte) {
+    const char c = static_cast<char>(byte);
+    const auto begins = [c](const CaselessPattern& pattern) {
+      return pattern.canBeginWith(c);
+    };
+    names.canBegin[byte] =
+        isUserCharacter(c) || c == '.' ||
+        std::any_of(names.labels.begin(), names.labels.end(), begins) ||
+        std::any_of(names.domains.begin(), names.domains.end(), begins);
+  }
   return names;
 }
 
@@ -142,7 +166,8 @@ std::optional<TrackingLink> TrackingLinkMatcher::firstMatch(
   while (true) {
     colon = platform::internal::findPair(text, ':', '/', colon);
     if (colon == std::string_view::npos) return std::nullopt;
-    if (isAt(text, colon + 2, '/')) {
+    if (isAt(text, colon + 2, '/') && colon + 3 < text.size() &&
+        names_.canBegin[static_cast<unsigned char>(text[colon + 3])]) {
       const std::size_t start = startOfScheme(text, from, colon);
       const std::size_t end =
           start == kNoMatch ? kNoMatch : endFromLabel(text, colon + 3);

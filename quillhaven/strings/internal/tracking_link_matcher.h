@@ -2,6 +2,7 @@
 #ifndef QUILLHAVEN_STRINGS_INTERNAL_TRACKING_LINK_MATCHER_H_
 #define QUILLHAVEN_STRINGS_INTERNAL_TRACKING_LINK_MATCHER_H_
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -24,6 +25,8 @@ struct TrackingNames {
   std::vector<CaselessPattern> labels;  // "beta" and the configured sub-domain
   std::vector<CaselessPattern> domains;
   std::vector<CaselessPattern> endings;
+  // The bytes that can follow "https://": most links are of other hosts.
+  std::array<bool, 256> canBegin{};
 
   // Returns nothing when a name holds more of a regular expression than
   // CaselessPattern knows.

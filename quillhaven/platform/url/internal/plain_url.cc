@@ -45,15 +45,18 @@ bool isEscape(std::string_view url, std::size_t at) {
 }  // namespace
 
 std::optional<UrlComponents> plainUrlComponents(std::string_view url) {
+  // Returned everywhere, so that it is made where the caller has it: copying so
+  // many views costs as much as finding them.
+  std::optional<UrlComponents> result;
   std::size_t colon = 0;
   while (colon < url.size() && isASCIILetter(url[colon])) ++colon;
   const std::size_t host = colon + 3;
-  if (colon == 0 || url.substr(colon, 3) != "://") return std::nullopt;
+  if (colon == 0 || url.substr(colon, 3) != "://") return result;
   std::size_t path = host;
   while (path < url.size() && isHostCharacter(url[path])) ++path;
   const bool hasPath = path < url.size();
   if (path == host || (hasPath && url[path] != '/' && url[path] != '?')) {
-    return std::nullopt;
+    return result;
   }
 
   std::size_t fragment = url.size();
@@ -64,13 +67,11 @@ std::optional<UrlComponents> plainUrlComponents(std::string_view url) {
     } else if (url[at] == '#' && fragment == url.size()) {
       fragment = at++;
     } else {
-      return std::nullopt;
+      return result;
     }
   }
 
-  // In place: copying so many views costs as much as finding them.
-  std::optional<UrlComponents> result(std::in_place);
-  UrlComponents& components = *result;
+  UrlComponents& components = result.emplace();
   components.url = url;
   components.scheme = url.substr(0, colon);
   components.host = url.substr(host, path - host);

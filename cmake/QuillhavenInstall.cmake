@@ -4,6 +4,7 @@ include(CMakePackageConfigHelpers)
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/QuillhavenUtilities")
 install(EXPORT QuillhavenUtilitiesTargets NAMESPACE Quillhaven::
   DESTINATION "${package_folder}")
+quillhaven_component_lines(QUILLHAVEN_COMPONENT_LINES)
 configure_package_config_file(
   "${PROJECT_SOURCE_DIR}/cmake/QuillhavenUtilitiesConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/QuillhavenUtilitiesConfig.cmake"
@@ -15,8 +16,3 @@ install(FILES
   "${PROJECT_BINARY_DIR}/QuillhavenUtilitiesConfig.cmake"
   "${PROJECT_BINARY_DIR}/QuillhavenUtilitiesConfigVersion.cmake"
   DESTINATION "${package_folder}")
-
-configure_file("${PROJECT_SOURCE_DIR}/packaging/quillhaven-utilities.pc.in"
-  "${PROJECT_BINARY_DIR}/quillhaven-utilities.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/quillhaven-utilities.pc"
-  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

@@ -1,4 +1,5 @@
 # The functions with which every folder declares what it holds.
+include(QuillhavenDependencies)
 
 # Applies the options of our own builds to a target; never exported.
 function(quillhaven_developer_options target)
@@ -24,11 +25,15 @@ function(quillhaven_developer_options target)
 endfunction()
 
 # quillhaven_library(mail HDRS a.h SRCS a.cc DEPS Quillhaven::html [PRIVATE_DEPS ICU::uc])
-# makes the target quillhaven_mail with the alias Quillhaven::mail, installed
-# and exported. HDRS are installed; headers in internal/ go into SRCS.
+# makes the target quillhaven_mail with the alias Quillhaven::mail, installed,
+# exported and known to pkg-config as quillhaven-mail. HDRS are installed;
+# headers in internal/ go into SRCS. Libraries of others are found where they are
+# named; QuillhavenDependencies.cmake knows how.
 function(quillhaven_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HDRS;SRCS;DEPS;PRIVATE_DEPS")
   set(target quillhaven_${name})
+  quillhaven_find_dependencies(${arg_DEPS} ${arg_PRIVATE_DEPS})
+  quillhaven_describe_component(${name} ${arg_DEPS} ${arg_PRIVATE_DEPS})
   add_library(${target} ${arg_SRCS})
   add_library(Quillhaven::${name} ALIAS ${target})
   target_sources(${target} PUBLIC FILE_SET HEADERS
@@ -57,6 +62,7 @@ function(quillhaven_test name)
     return()
   endif()
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SRCS;DEPS")
+  quillhaven_find_dependencies(${arg_DEPS})
   add_executable(${name} ${arg_SRCS})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
   target_link_libraries(${name} PRIVATE ${arg_DEPS} GTest::gtest_main)
@@ -71,6 +77,7 @@ function(quillhaven_benchmark name)
     return()
   endif()
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SRCS;DEPS")
+  quillhaven_find_dependencies(${arg_DEPS})
   add_executable(${name} ${arg_SRCS})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
   target_link_libraries(${name} PRIVATE ${arg_DEPS} benchmark::benchmark_main)

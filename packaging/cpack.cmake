@@ -40,7 +40,7 @@ C++20 headers and static libraries, with the files for CMake's find_package and
 for pkg-config.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME "libquillhaven-utilities-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION "libdevel")
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libicu-dev (>= 72)")
+quillhaven_debian_dependencies(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS)
 
 set(CPACK_COMPONENT_TRANSLATIONS_DESCRIPTION
 "texts of the Quillhaven library in other languages

@@ -38,7 +38,7 @@ check_output() {  # PROGRAM
 }
 
 quietly "$cmake" --install "$build_folder" --prefix "$prefix"
-pkg_config_folder=$(dirname "$(find "$prefix" -name quillhaven-utilities.pc)")
+pkg_config_folder=$(dirname "$(find "$prefix" -name quillhaven-mail.pc)")
 # Shared libraries are found here as ldconfig would have them found.
 export LD_LIBRARY_PATH=${pkg_config_folder%/*}
 if find "$prefix" -path '*internal*' | grep -q .; then
@@ -115,12 +115,23 @@ if command -v pkg-config >/dev/null; then
   export PKG_CONFIG_PATH=$pkg_config_folder
   # Only this test moves what was installed, so only here the prefix differs.
   pkg_config() {
-    pkg-config --define-variable=prefix="$prefix" "$@" quillhaven-utilities
+    pkg-config --define-variable=prefix="$prefix" "$@"
   }
-  read -ra compile_flags <<<"$flags $(pkg_config --cflags)"
-  read -ra link_flags <<<"$(pkg_config --libs)"
-  quietly "$compiler" -std=c++20 "${compile_flags[@]}" \
-    "$source_folder/examples/parse_message.cc" \
-    -o "$folder/parse_message" "${link_flags[@]}"
+  build_with() {  # MODULE SOURCE PROGRAM
+    local compile_flags link_flags
+    read -ra compile_flags <<<"$flags $(pkg_config --cflags "$1")"
+    read -ra link_flags <<<"$(pkg_config --libs "$1")"
+    quietly "$compiler" -std=c++20 "${compile_flags[@]}" "$2" -o "$3" \
+      "${link_flags[@]}"
+  }
+  build_with quillhaven-mail "$source_folder/examples/parse_message.cc" \
+    "$folder/parse_message"
   check_output "$folder/parse_message"
+
+  # Each component says itself what it needs.
+  echo 'int main() {}' >"$folder/empty.cc"
+  for file in "$pkg_config_folder"/quillhaven-*.pc; do
+    module=${file##*/}
+    build_with "${module%.pc}" "$folder/empty.cc" "$folder/empty"
+  done
 fi

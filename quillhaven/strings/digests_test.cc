@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "quillhaven/platform/base/localized_error.h"
 #include "quillhaven/strings/digest_stream.h"
 #include "quillhaven/strings/encodings.h"
 #include "quillhaven/strings/log_type.h"
@@ -196,6 +197,15 @@ TEST(LogType, IsMildForEverydayFailuresOnly) {
   EXPECT_EQ(logType(std::make_error_code(std::errc::operation_canceled)),
             LogType::kError);
   EXPECT_EQ(logType(std::runtime_error("")), LogType::kError);
+
+  // A typed error belongs where its own domain and code say.
+  class LoadingError : public platform::LocalizedError {
+   public:
+    explicit LoadingError(std::string_view domain)
+        : LocalizedError(domain, -1009) {}
+  };
+  EXPECT_EQ(logType(LoadingError("NSURLErrorDomain")), LogType::kDefault);
+  EXPECT_EQ(logType(LoadingError("Example.LoadingError")), LogType::kError);
 }
 
 }  // namespace

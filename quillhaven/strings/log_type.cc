@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "quillhaven/platform/base/localized_error.h"
+
 namespace quillhaven::strings {
 namespace {
 
@@ -59,6 +61,10 @@ LogType logType(const std::error_code& error) {
 }
 
 LogType logType(const std::exception& error) {
+  if (const auto* const typed =
+          dynamic_cast<const platform::LocalizedError*>(&error)) {
+    return logType(typed->domain(), typed->errorCode());
+  }
   const auto* const failure = dynamic_cast<const std::system_error*>(&error);
   return failure != nullptr ? logType(failure->code()) : LogType::kError;
 }

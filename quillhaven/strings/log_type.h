@@ -27,7 +27,8 @@ enum class URLError {
 // cancelled call or an absent network is such another one.
 [[nodiscard]] platform::LogType logType(std::string_view domain, int code);
 [[nodiscard]] platform::LogType logType(const std::error_code& error);
-// The code of a std::system_error counts; any other exception gives kError.
+// The domain and code of a LocalizedError count, or the code of a
+// std::system_error; any other exception gives kError.
 [[nodiscard]] platform::LogType logType(const std::exception& error);
 
 }  // namespace quillhaven::strings

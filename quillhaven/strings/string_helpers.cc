@@ -9,23 +9,12 @@
 #include "quillhaven/platform/text/grapheme_breaks.h"
 #include "quillhaven/platform/text/internal/white_space.h"
 #include "quillhaven/platform/text/utf8.h"
+#include "quillhaven/strings/encodings.h"
 
 namespace quillhaven::strings {
 namespace {
 
 constexpr std::string_view kEllipsis = "\xE2\x80\xA6";  // U+2026
-
-std::string hexDigest(std::string_view bytes) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string digest;
-  digest.reserve(2 * bytes.size());
-  for (const char c : bytes) {
-    const auto byte = static_cast<unsigned char>(c);
-    digest += kDigits[byte >> 4];
-    digest += kDigits[byte & 0x0F];
-  }
-  return digest;
-}
 
 // Which ASCII characters get a backslash in a shell.
 constexpr std::array<bool, 128> makeShellTable() {
@@ -87,7 +76,7 @@ std::uint64_t hexToDecimal(std::string_view text) {
 
 std::optional<std::string> hexString(std::string_view text) {
   if (!platform::isValidUTF8(text)) return std::nullopt;
-  return hexDigest(text);
+  return hexDigest(bytesOf(text));
 }
 
 std::string replacing(std::string_view text,

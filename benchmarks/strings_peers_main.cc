@@ -1,5 +1,6 @@
-// Measures tracking links, digests and encodings beside the libraries that a
-// host would use otherwise, on the same bytes in the same process.
+// Measures tracking links, address checks, digests and encodings beside the
+// libraries that a host would use otherwise, on the same bytes in the same
+// process.
 #include <glib.h>
 #include <malloc.h>
 #include <openssl/evp.h>
@@ -24,6 +25,7 @@
 #include "benchmarks/report.h"
 #include "quillhaven/platform/text/regular_expression.h"
 #include "quillhaven/strings/digests.h"
+#include "quillhaven/strings/email_addresses.h"
 #include "quillhaven/strings/encodings.h"
 #include "quillhaven/strings/testing/newsletter.h"
 #include "quillhaven/strings/tracking_links.h"
@@ -42,6 +44,7 @@ constexpr double kRequiredOfMemmem = 0.5;
 constexpr double kRequiredOfSmallDigest = 0.8;
 constexpr double kRequiredOfLargeDigest = 0.97;
 constexpr double kRequiredOfBase64 = 2;
+constexpr double kRequiredOfAddressPattern = 10;
 
 constexpr std::size_t kTextSize = std::size_t{1} << 20;
 
@@ -260,6 +263,59 @@ std::vector<Pair> encodingPairs(const std::string& bytes) {
   return pairs;
 }
 
+// As they stand in headers and forms, some of them mistyped.
+constexpr std::string_view kAddresses[] = {
+    "jun@heronpress.example.org",
+    "Amélie Duval <amelie.duval@ferry-company.example>",
+    "<no-reply+4711@notifications.mail.example.com>",
+    "john.doe42@mail.example",
+    "john doe at mail.example",
+    "\"Doe, John\" <john.doe@mail.example>",
+    "岡部 純 <jun@heronpress.example.org>",
+    "undisclosed-recipients:;",
+};
+
+// Calls `check` with each address, often enough for the clock.
+template <typename Check>
+Pass onAddresses(Check check) {
+  return [check] {
+    for (int i = 0; i < 100; ++i) {
+      for (const std::string_view text : kAddresses) keep(check(text) ? 1 : 0);
+    }
+  };
+}
+
+// The patterns are searched for in UTF-8 as it is, which spares ICU even the
+// counting of characters that ours does.
+std::vector<Pair> addressPairs() {
+  using platform::RegularExpression;
+  constexpr auto kIgnoringCase = RegularExpression::Options::kIgnoringCase;
+  const auto valid = std::make_shared<RegularExpression>(
+      R"(^.+@([A-Za-z0-9-]+\.)+[A-Za-z]{2}[A-Za-z]*$)");
+  const auto formatted = std::make_shared<RegularExpression>(
+      R"(^([^<]+ )?<[A-Z0-9._%+-]+@[A-Z0-9.-]+\.[A-Z]{2,6}>$)", kIgnoringCase);
+  const auto address = std::make_shared<RegularExpression>(
+      R"([A-Z0-9._%+-]+@[A-Z0-9.-]+\.[A-Z]{2,6})", kIgnoringCase);
+  std::size_t size = 0;
+  for (const std::string_view text : kAddresses) size += 100 * text.size();
+  return {
+      {"isValidEmail", "ICU pattern", size, onAddresses(strings::isValidEmail),
+       onAddresses([valid](std::string_view t) { return valid->matches(t); }),
+       kRequiredOfAddressPattern},
+      {"isFormattedEmail", "ICU pattern", size,
+       onAddresses(strings::isFormattedEmail),
+       onAddresses([formatted](std::string_view t) {
+         return formatted->firstMatch(t).has_value();
+       }),
+       kRequiredOfAddressPattern},
+      {"emailAddress", "ICU pattern", size, onAddresses(strings::emailAddress),
+       onAddresses([address](std::string_view t) {
+         return address->firstMatch(t).has_value();
+       }),
+       kRequiredOfAddressPattern},
+  };
+}
+
 Table tableOf(const std::string& title, const std::vector<Pair>& pairs,
               const MeasureOptions& options) {
   Table table;
@@ -350,6 +406,7 @@ bool run(const Options& options) {
   std::string markdown;
   for (const Table& table :
        {tableOf("Tracking links in 1 MiB", links, options.measure),
+        tableOf("Addresses", addressPairs(), options.measure),
         tableOf("Digests", digestPairs(bytes), options.measure),
         tableOf("URL-safe Base64", encodingPairs(bytes), options.measure)}) {
     std::cout << tableAsText(table) << std::endl;

@@ -71,8 +71,12 @@ bool isUserCharacter(char c) {
 
 // "[0-9a-f-]*"
 std::size_t endOfUserRun(std::string_view text, std::size_t at) {
-  while (at < text.size() && isUserCharacter(text[at])) ++at;
-  return at;
+  namespace scan = platform::internal;
+  if (at == text.size() || !isUserCharacter(text[at])) return at;
+  return scan::findByte(text, at + 1, [](scan::ByteVector bytes) {
+    return ~(scan::isBetween(bytes | 0x20, 'a', 'f') |
+             scan::isBetween(bytes, '0', '9') | scan::equals(bytes, '-'));
+  });
 }
 
 // The size of the character at `at` if "[0-9a-z_-]" matches it, else 0.

@@ -72,10 +72,17 @@ std::size_t findByte(std::string_view text, std::size_t from, Match match) {
     if (bits != 0) return at + static_cast<std::size_t>(std::countr_zero(bits));
   }
   if (at < size) {
-    char tail[kVectorSize] = {};
-    std::memcpy(tail, data + at, size - at);
-    const unsigned valid = (1U << (size - at)) - 1;
-    const unsigned bits = bitsOf(match(loadBytes(tail))) & valid;
+    const std::size_t left = size - at;
+    unsigned bits;
+    if (size >= kVectorSize) {
+      // The last sixteen bytes, some of them once more.
+      bits = bitsOf(match(loadBytes(data + size - kVectorSize))) >>
+             (kVectorSize - left);
+    } else {
+      char tail[kVectorSize] = {};
+      std::memcpy(tail, data + at, left);
+      bits = bitsOf(match(loadBytes(tail))) & ((1U << left) - 1);
+    }
     if (bits != 0) return at + static_cast<std::size_t>(std::countr_zero(bits));
   }
   return size;

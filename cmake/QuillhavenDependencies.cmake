@@ -25,6 +25,8 @@ quillhaven_dependency(Boost::url PACKAGE "Boost 1.81 COMPONENTS url"
   LIBS -lboost_url DEBIAN libboost-url1.81-dev)
 quillhaven_dependency(OpenSSL::Crypto PACKAGE "OpenSSL 3 COMPONENTS Crypto"
   REQUIRES libcrypto DEBIAN libssl-dev)
+quillhaven_dependency(PkgConfig::GLIB MODULE glib-2.0
+  DEBIAN "libglib2.0-dev (>= 2.74)")
 quillhaven_dependency(Threads::Threads PACKAGE Threads LIBS -pthread)
 
 # Finds what stands behind those of the named targets that are in the table.

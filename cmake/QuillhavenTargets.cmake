@@ -68,6 +68,10 @@ function(quillhaven_test name)
   target_link_libraries(${name} PRIVATE ${arg_DEPS} GTest::gtest_main)
   quillhaven_developer_options(${name})
   add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+  if(QUILLHAVEN_SANITIZE MATCHES thread)
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT
+      "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/thread-sanitizer.supp")
+  endif()
 endfunction()
 
 # quillhaven_benchmark(mail_benchmark SRCS a_benchmark.cc DEPS Quillhaven::mail)

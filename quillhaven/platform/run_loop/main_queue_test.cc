@@ -104,6 +104,7 @@ TEST(MainQueueAsync, ALoopWithinAPieceOfWorkServesTheNextOnes) {
 }
 
 TEST(MainQueueAsync, AnExceptionThatLeavesWorkIsAFatalError) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(
       {
         mainQueueAsync([] { throw std::runtime_error("lost"); });

@@ -32,6 +32,7 @@ WorkQueue::WorkQueue(GMainContext* context) {
   g_source_set_ready_time(source_, kNeverReady);
   // A piece of work that turns the loop has the next ones served in there.
   g_source_set_can_recurse(source_, TRUE);
+  isPublished_.store(true, std::memory_order_release);
   g_source_attach(source_, context);
 }
 
@@ -47,6 +48,7 @@ void WorkQueue::post(std::function<void()> work) {
 }
 
 void WorkQueue::serve() {
+  isPublished_.load(std::memory_order_acquire);
   std::size_t count;
   {
     const std::lock_guard guard(lock_);

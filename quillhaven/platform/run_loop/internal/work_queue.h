@@ -2,6 +2,7 @@
 #ifndef QUILLHAVEN_PLATFORM_RUN_LOOP_INTERNAL_WORK_QUEUE_H_
 #define QUILLHAVEN_PLATFORM_RUN_LOOP_INTERNAL_WORK_QUEUE_H_
 
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -30,6 +31,9 @@ class WorkQueue {
   void serve();
 
  private:
+  // Set before the context learns of the queue and read when it calls: what
+  // GLib does to hand the queue over is not seen by ThreadSanitizer.
+  std::atomic<bool> isPublished_{false};
   std::mutex lock_;
   std::deque<std::function<void()>> items_;  // guarded by lock_
   _GSource* source_;  // ready exactly while there are items

@@ -3,9 +3,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <utility>
+
+#include "quillhaven/platform/base/internal/journal.h"
 
 namespace quillhaven::platform {
 namespace {
@@ -22,6 +26,16 @@ void writeToStandardError(const LogMessage& message) {
     if (written <= 0) return;
     rest.remove_prefix(static_cast<std::size_t>(written));
   }
+}
+
+void writeToStandardSink(const LogMessage& message) {
+  using Journal = std::optional<internal::Journal>;
+  // Still there for what is logged while the process ends.
+  static const Journal& journal =
+      *std::make_unique<Journal>(internal::Journal::behindStandardError(
+                                     std::getenv("JOURNAL_STREAM")))
+           .release();
+  if (!journal || !journal->send(message)) writeToStandardError(message);
 }
 
 std::mutex& sinkLock() {
@@ -59,7 +73,7 @@ void Logger::log(LogType type, std::string_view text) const {
   if (sink) {
     (*sink)(message);
   } else {
-    writeToStandardError(message);
+    writeToStandardSink(message);
   }
 }
 

@@ -25,9 +25,10 @@ struct LogMessage {
 using LogSink = std::function<void(const LogMessage&)>;
 
 // Makes `sink` receive all messages from now on and returns the one that did so
-// before; an empty sink brings back the standard one, which writes one line a
-// message to standard error. Messages under way may still reach the old sink.
-// Thread-safe.
+// before; an empty sink brings back the standard one, which sends messages to
+// the journal, with subsystem, category and type as fields, when standard error
+// leads there, and else writes one line a message to standard error. Messages
+// under way may still reach the old sink. Thread-safe.
 LogSink setLogSink(LogSink sink);
 
 // Writes messages of one subsystem and category. Thread-safe.

@@ -33,6 +33,7 @@ constexpr std::span<const EvalOperation> (*kFamilies[])() = {
     stringOperations,
     digestOperations,
     linkOperations,
+    concurrencyOperations,
 };
 
 const EvalOperation& operationNamed(std::string_view name) {

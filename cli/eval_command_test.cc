@@ -62,6 +62,32 @@ TEST(EvalAnswer, RunsEveryMailOperation) {
       << message;
 }
 
+TEST(EvalAnswer, RunsEveryConcurrencyOperation) {
+  expectAnswers({
+      {R"({"op":"chunked","elements":[1,"b",null,[2],{"c":3}],"into":2})",
+       R"({"result":[[1,"b"],[null,[2]],[{"c":3}]]})"},
+      {R"({"op":"chunked","elements":[1],"into":18446744073709551615})",
+       R"({"result":[[1]]})"},
+      {R"({"op":"chunked","elements":[],"into":1})", R"({"result":[]})"},
+      {R"({"op":"chunked","elements":[1],"into":2.0})",
+       R"j({"error":"argument \"into\" must be an integer (got 2.0)"})j"},
+      {R"({"op":"chunked","elements":{},"into":2})",
+       R"j({"error":"argument \"elements\" must be a list (got object)"})j"},
+      {R"({"op":"chunked","elements":[1]})",
+       R"({"error":"argument \"into\" is missing"})"},
+  });
+  platform::setFatalErrorHandler(
+      [](std::string_view rule) { throw EvalError(std::string(rule)); });
+  for (const char* size : {"0", "-1"}) {
+    EXPECT_EQ(
+        evalAnswer(std::string(R"({"op":"chunked","elements":[1],"into":)")
+                       .append(size)
+                       .append("}")),
+        R"({"error":"the size of chunks must be positive"})");
+  }
+  platform::setFatalErrorHandler(nullptr);
+}
+
 TEST(EvalAnswer, RunsEveryHTMLOperation) {
   expectAnswers({
       {R"({"op":"gtm_stringByEscapingForHTML","text":"<é>"})",

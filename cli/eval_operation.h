@@ -54,6 +54,10 @@ class Arguments {
       std::string_view name) const;
   // The bytes of an argument in Base64 (RFC 4648, section 4), padded.
   [[nodiscard]] std::string base64(std::string_view name) const;
+  // A value of any type; must be there.
+  [[nodiscard]] const nlohmann::json& value(std::string_view name) const {
+    return required(name);
+  }
 
  private:
   [[nodiscard]] const nlohmann::json& required(std::string_view name) const;
@@ -84,6 +88,7 @@ std::span<const EvalOperation> errorOperations();
 std::span<const EvalOperation> stringOperations();
 std::span<const EvalOperation> digestOperations();
 std::span<const EvalOperation> linkOperations();
+std::span<const EvalOperation> concurrencyOperations();
 
 // Returns the bytes that `text` encodes, or nothing when it is not Base64 with
 // the standard alphabet and its padding, or holds anything else.

@@ -1,0 +1,298 @@
+#include "quillhaven/platform/keychain/internal/secret_service_client.h"
+
+// The calls by object path, each one message on the bus, count as unstable
+// since 2012; the others make an object with all properties for every item.
+#define SECRET_API_SUBJECT_TO_CHANGE  // NOLINT(readability-identifier-naming)
+#include <libsecret/secret.h>
+
+#include "quillhaven/platform/keychain/internal/secret_service_status.h"
+
+namespace quillhaven::platform::internal {
+namespace {
+
+constexpr const char kSchemaName[] = "com.quillhaven.GenericPassword";
+constexpr const char kServiceAttribute[] = "service";
+constexpr const char kAccountAttribute[] = "account";
+constexpr const char kSynchronizableAttribute[] = "synchronizable";
+constexpr const char kAccessibleAttribute[] = "accessible";
+constexpr const char kSchemaAttribute[] = "xdg:schema";
+constexpr const char kAlways[] = "always";
+
+constexpr const char kItemInterface[] = "org.freedesktop.Secret.Item";
+constexpr const char kPropertiesInterface[] = "org.freedesktop.DBus.Properties";
+// Stands for the default collection without a call that asks which it is.
+constexpr const char kDefaultCollection[] =
+    "/org/freedesktop/secrets/aliases/default";
+
+// The value says which kind an item is also where it is local, so that one
+// search finds just the kind that is meant.
+const char* synchronizableValue(bool isSynchronizable) {
+  return isSynchronizable ? "1" : "0";
+}
+
+const SecretSchema& schema() {
+  static const SecretSchema kSchema = [] {
+    SecretSchema made{};
+    made.name = kSchemaName;
+    made.flags = SECRET_SCHEMA_NONE;
+    made.attributes[0] = {kServiceAttribute, SECRET_SCHEMA_ATTRIBUTE_STRING};
+    made.attributes[1] = {kAccountAttribute, SECRET_SCHEMA_ATTRIBUTE_STRING};
+    made.attributes[2] = {kSynchronizableAttribute,
+                          SECRET_SCHEMA_ATTRIBUTE_STRING};
+    made.attributes[3] = {kAccessibleAttribute, SECRET_SCHEMA_ATTRIBUTE_STRING};
+    return made;
+  }();
+  return kSchema;
+}
+
+// The table keeps the pointers: `pattern` outlives it.
+GHashTablePtr attributesOf(const KeychainItemPattern& pattern) {
+  GHashTablePtr table(::g_hash_table_new(::g_str_hash, ::g_str_equal));
+  const auto put = [&](const char* name, const char* value) {
+    ::g_hash_table_insert(table.get(), const_cast<char*>(name),
+                          const_cast<char*>(value));
+  };
+  put(kServiceAttribute, pattern.service.c_str());
+  if (pattern.account) put(kAccountAttribute, pattern.account->c_str());
+  if (pattern.isSynchronizable) {
+    put(kSynchronizableAttribute,
+        synchronizableValue(*pattern.isSynchronizable));
+  }
+  if (pattern.accessible) put(kAccessibleAttribute, kAlways);
+  return table;
+}
+
+// A floating reference.
+GVariant* variantFrom(const KeychainItemAttributes& attributes) {
+  GVariantBuilder builder;
+  ::g_variant_builder_init(&builder, G_VARIANT_TYPE("a{ss}"));
+  const auto add = [&](const char* name, const char* value) {
+    ::g_variant_builder_add(&builder, "{ss}", name, value);
+  };
+  add(kSchemaAttribute, kSchemaName);
+  add(kServiceAttribute, attributes.service.c_str());
+  add(kAccountAttribute, attributes.account.c_str());
+  add(kSynchronizableAttribute,
+      synchronizableValue(attributes.isSynchronizable));
+  if (attributes.accessible) add(kAccessibleAttribute, kAlways);
+  return ::g_variant_builder_end(&builder);
+}
+
+KeychainItemAttributes attributesFrom(GVariant* variant) {
+  const auto value = [&](const char* name) -> std::string {
+    const gchar* text = nullptr;
+    ::g_variant_lookup(variant, name, "&s", &text);
+    return text == nullptr ? "" : text;
+  };
+  KeychainItemAttributes attributes;
+  attributes.service = value(kServiceAttribute);
+  attributes.account = value(kAccountAttribute);
+  attributes.isSynchronizable =
+      value(kSynchronizableAttribute) == synchronizableValue(true);
+  if (value(kAccessibleAttribute) == kAlways) {
+    attributes.accessible = SecAttrAccessible::kAlways;
+  }
+  return attributes;
+}
+
+ObjectPaths pathsFrom(const GStringListPtr& list) {
+  ObjectPaths paths;
+  for (gchar** path = list.get(); path != nullptr && *path != nullptr; ++path) {
+    paths.emplace_back(*path);
+  }
+  return paths;
+}
+
+// The pointers to `paths`, with a null at the end.
+std::vector<const gchar*> pointersTo(const ObjectPaths& paths) {
+  std::vector<const gchar*> pointers;
+  for (const std::string& path : paths) pointers.push_back(path.c_str());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+using SecretValuePtr =
+    std::unique_ptr<SecretValue, FreeWith<::secret_value_unref>>;
+
+// Copies into memory of libsecret's own that is wiped too.
+SecretValuePtr secretValueFrom(const SecretBytes& bytes) {
+  return SecretValuePtr(::secret_value_new(bytes.empty() ? "" : bytes.data(),
+                                           static_cast<gssize>(bytes.size()),
+                                           "text/plain"));
+}
+
+}  // namespace
+
+OSStatus SecretServiceClient::connect(bool again) {
+  if (again) ::secret_service_disconnect();
+  hasLostService_ = false;
+  GErrorPtr error;
+  service_.reset(::secret_service_get_sync(SECRET_SERVICE_OPEN_SESSION, nullptr,
+                                           Receive(error)));
+  if (!service_) return statusOf(error, kErrSecNotAvailable);
+  // The end of the bus is no reason for us to end the process.
+  ::g_dbus_connection_set_exit_on_close(
+      ::g_dbus_proxy_get_connection(G_DBUS_PROXY(service_.get())), FALSE);
+  return kErrSecSuccess;
+}
+
+OSStatus SecretServiceClient::search(const KeychainItemPattern& pattern,
+                                     FoundItems& found) {
+  GErrorPtr error;
+  GStringListPtr unlocked;
+  GStringListPtr locked;
+  const GHashTablePtr attributes = attributesOf(pattern);
+  const bool isDone =
+      ::secret_service_search_for_dbus_paths_sync(
+          service_.get(), &schema(), attributes.get(), nullptr,
+          Receive(unlocked), Receive(locked), Receive(error)) != FALSE;
+  if (!isDone) return statusOf(error, kErrSecNotAvailable);
+  found = {pathsFrom(unlocked), pathsFrom(locked)};
+  return kErrSecSuccess;
+}
+
+OSStatus SecretServiceClient::readAttributes(
+    const std::string& item, KeychainItemAttributes& attributes) {
+  GVariantPtr result;
+  if (const OSStatus status =
+          call(item.c_str(), kPropertiesInterface, "Get",
+               ::g_variant_new("(ss)", kItemInterface, "Attributes"), result)) {
+    return status;
+  }
+  if (!::g_variant_is_of_type(result.get(), G_VARIANT_TYPE("(v)"))) {
+    return kErrSecNotAvailable;
+  }
+  GVariantPtr value;
+  ::g_variant_get(result.get(), "(v)", static_cast<GVariant**>(Receive(value)));
+  if (!::g_variant_is_of_type(value.get(), G_VARIANT_TYPE("a{ss}"))) {
+    return kErrSecNotAvailable;
+  }
+  attributes = attributesFrom(value.get());
+  return kErrSecSuccess;
+}
+
+OSStatus SecretServiceClient::readValue(const std::string& item,
+                                        SecretBytes& value) {
+  GErrorPtr error;
+  const SecretValuePtr secret(::secret_service_get_secret_for_dbus_path_sync(
+      service_.get(), item.c_str(), nullptr, Receive(error)));
+  if (error) return statusOf(error, kErrSecItemNotFound);
+  if (!secret) {
+    // The service leaves out what is locked just as what is gone.
+    KeychainItemAttributes ignored;
+    const OSStatus status = readAttributes(item, ignored);
+    return status == 0 ? kErrSecInteractionNotAllowed : status;
+  }
+  gsize size = 0;
+  const gchar* const bytes = ::secret_value_get(secret.get(), &size);
+  value = secretBytesFrom({bytes, size});
+  return kErrSecSuccess;
+}
+
+OSStatus SecretServiceClient::create(const KeychainItem& item) {
+  const GHashTablePtr properties(::g_hash_table_new_full(
+      ::g_str_hash, ::g_str_equal, nullptr,
+      reinterpret_cast<GDestroyNotify>(::g_variant_unref)));
+  const auto put = [&](const char* name, GVariant* value) {
+    ::g_hash_table_insert(properties.get(), const_cast<char*>(name),
+                          ::g_variant_ref_sink(value));
+  };
+  put("org.freedesktop.Secret.Item.Label",
+      ::g_variant_new_string(item.attributes.service.c_str()));
+  put("org.freedesktop.Secret.Item.Attributes", variantFrom(item.attributes));
+  GErrorPtr error;
+  const GStringPtr path(::secret_service_create_item_dbus_path_sync(
+      service_.get(), kDefaultCollection, properties.get(),
+      secretValueFrom(item.value).get(), SECRET_ITEM_CREATE_NONE, nullptr,
+      Receive(error)));
+  if (error) return statusOf(error, kErrSecNoDefaultKeychain);
+  return path ? kErrSecSuccess : kErrSecUserCanceled;
+}
+
+OSStatus SecretServiceClient::writeAttributes(
+    const std::string& item, const KeychainItemAttributes& attributes) {
+  GVariantPtr ignored;
+  return call(item.c_str(), kPropertiesInterface, "Set",
+              ::g_variant_new("(ssv)", kItemInterface, "Attributes",
+                              variantFrom(attributes)),
+              ignored);
+}
+
+OSStatus SecretServiceClient::writeValue(const std::string& item,
+                                         const SecretBytes& value) {
+  const SecretValuePtr secret = secretValueFrom(value);
+  GVariant* const encoded =
+      ::secret_service_encode_dbus_secret(service_.get(), secret.get());
+  if (encoded == nullptr) return kErrSecNotAvailable;
+  GVariantPtr ignored;
+  return call(item.c_str(), kItemInterface, "SetSecret",
+              ::g_variant_new("(@(oayays))", encoded), ignored);
+}
+
+OSStatus SecretServiceClient::remove(const std::string& item) {
+  GErrorPtr error;
+  const bool isDone =
+      ::secret_service_delete_item_dbus_path_sync(
+          service_.get(), item.c_str(), nullptr, Receive(error)) != FALSE;
+  if (error) return statusOf(error, kErrSecItemNotFound);
+  return isDone ? kErrSecSuccess : kErrSecUserCanceled;
+}
+
+OSStatus SecretServiceClient::findDefaultCollection(std::string& collection) {
+  GErrorPtr error;
+  const GStringPtr path(::secret_service_read_alias_dbus_path_sync(
+      service_.get(), SECRET_COLLECTION_DEFAULT, nullptr, Receive(error)));
+  if (error) return statusOf(error, kErrSecNoDefaultKeychain);
+  if (!path || std::string_view(path.get()) == "/") {
+    return kErrSecNoDefaultKeychain;
+  }
+  collection = path.get();
+  return kErrSecSuccess;
+}
+
+OSStatus SecretServiceClient::lock(const std::string& collection) {
+  GErrorPtr error;
+  GStringListPtr locked;
+  const gchar* paths[] = {collection.c_str(), nullptr};
+  const gint count = ::secret_service_lock_dbus_paths_sync(
+      service_.get(), paths, nullptr, Receive(locked), Receive(error));
+  if (count < 0 || error) return statusOf(error, kErrSecNoDefaultKeychain);
+  return count == 0 ? kErrSecUserCanceled : kErrSecSuccess;
+}
+
+OSStatus SecretServiceClient::unlock(const ObjectPaths& objects) {
+  if (objects.empty()) return kErrSecSuccess;
+  if (!secKeychainIsUserInteractionAllowed()) {
+    return kErrSecInteractionNotAllowed;
+  }
+  GErrorPtr error;
+  GStringListPtr unlocked;
+  auto paths = pointersTo(objects);
+  const gint count = ::secret_service_unlock_dbus_paths_sync(
+      service_.get(), paths.data(), nullptr, Receive(unlocked), Receive(error));
+  if (count < 0 || error) return statusOf(error, kErrSecNoDefaultKeychain);
+  // A dismissed prompt is no error to the service: nothing was unlocked.
+  return static_cast<std::size_t>(count) < objects.size() ? kErrSecUserCanceled
+                                                          : kErrSecSuccess;
+}
+
+OSStatus SecretServiceClient::statusOf(const GErrorPtr& error,
+                                       OSStatus missingObject) {
+  if (!error) return kErrSecNotAvailable;
+  hasLostService_ = hasLostService_ || isServiceLost(*error);
+  return keychainStatusFrom(*error, missingObject);
+}
+
+OSStatus SecretServiceClient::call(const char* object, const char* interface,
+                                   const char* method, GVariant* arguments,
+                                   GVariantPtr& result) {
+  GDBusProxy* const proxy = G_DBUS_PROXY(service_.get());
+  GErrorPtr error;
+  result.reset(::g_dbus_connection_call_sync(
+      ::g_dbus_proxy_get_connection(proxy), ::g_dbus_proxy_get_name(proxy),
+      object, interface, method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
+      nullptr, Receive(error)));
+  return result ? kErrSecSuccess : statusOf(error, kErrSecItemNotFound);
+}
+
+}  // namespace quillhaven::platform::internal

@@ -24,6 +24,8 @@ inline constexpr OSStatus kErrSecInvalidKeychain = -25295;
 // An item with this service, account and kind exists.
 inline constexpr OSStatus kErrSecDuplicateItem = -25299;
 inline constexpr OSStatus kErrSecItemNotFound = -25300;
+// More than the keychain can hold.
+inline constexpr OSStatus kErrSecDataTooLarge = -25302;
 inline constexpr OSStatus kErrSecNoDefaultKeychain = -25307;
 // The user would have to be asked, which nobody can or may do.
 inline constexpr OSStatus kErrSecInteractionNotAllowed = -25308;

@@ -209,7 +209,7 @@ OSStatus SealedFileStore::openRecords(const File& file, const Key& key,
 
 OSStatus SealedFileStore::writeRecords(Key& key, const Records& records) {
   const auto list = bytesFromRecords(records);
-  if (!list) return kErrSecParam;
+  if (!list) return kErrSecDataTooLarge;
   if (key.master.empty()) {
     if (const OSStatus status = makeKeyFile(key)) return status;
   }

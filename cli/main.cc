@@ -16,6 +16,7 @@
 #include "cli/eval_command.h"
 #include "cli/html_commands.h"
 #include "cli/input_sources.h"
+#include "cli/keychain_command.h"
 #include "cli/output.h"
 #include "cli/parse_command.h"
 #include "cli/track_command.h"
@@ -24,10 +25,17 @@ namespace quillhaven::cli {
 namespace {
 
 // Adding a command takes one line here.
+// clang-format off
 constexpr AddCommand kCommands[] = {
-    addParseCommand, addHTMLToTextCommand, addTextToHTMLCommand,
-    addTrackCommand, addDigestCommand,     addEvalCommand,
+    addParseCommand,
+    addHTMLToTextCommand,
+    addTextToHTMLCommand,
+    addTrackCommand,
+    addDigestCommand,
+    addEvalCommand,
+    addKeychainCommand,
 };
+// clang-format on
 
 int showHelp(const std::string& text) {
   Output output(STDOUT_FILENO);

@@ -143,6 +143,7 @@ SecretServiceSession::SecretServiceSession(SessionOptions options) {
     const std::string display = ":" + display_.readLine();
     require(display.size() > 1, "Xvfb gives no display");
     ::setenv("DISPLAY", display.c_str(), 1);
+    windowManager_.start({"openbox"});
   }
   const std::string file = busConfiguration(folder_, options);
   bus_.start({"dbus-daemon", "--config-file=" + file, "--nofork", "--nopidfile",
@@ -155,6 +156,7 @@ SecretServiceSession::SecretServiceSession(SessionOptions options) {
 SecretServiceSession::~SecretServiceSession() {
   keyring_.stop();
   bus_.stop();
+  windowManager_.stop();
   display_.stop();
   std::error_code ignored;
   std::filesystem::remove_all(folder_, ignored);

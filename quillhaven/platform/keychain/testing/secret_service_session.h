@@ -63,6 +63,7 @@ class SecretServiceSession {
  private:
   std::string folder_;
   ChildProcess display_;
+  ChildProcess windowManager_;
   ChildProcess bus_;
   ChildProcess keyring_;
 };

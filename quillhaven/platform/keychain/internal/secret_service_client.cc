@@ -19,6 +19,8 @@ constexpr const char kSchemaAttribute[] = "xdg:schema";
 constexpr const char kAlways[] = "always";
 
 constexpr const char kItemInterface[] = "org.freedesktop.Secret.Item";
+constexpr const char kCollectionInterface[] =
+    "org.freedesktop.Secret.Collection";
 constexpr const char kPropertiesInterface[] = "org.freedesktop.DBus.Properties";
 // Stands for the default collection without a call that asks which it is.
 constexpr const char kDefaultCollection[] =
@@ -155,12 +157,10 @@ OSStatus SecretServiceClient::readAttributes(
     const std::string& item, KeychainItemAttributes& attributes) {
   GVariantPtr result;
   if (const OSStatus status =
-          call(item.c_str(), kPropertiesInterface, "Get",
-               ::g_variant_new("(ss)", kItemInterface, "Attributes"), result)) {
+          call({item.c_str(), kPropertiesInterface, "Get", kErrSecItemNotFound},
+               ::g_variant_new("(ss)", kItemInterface, "Attributes"), "(v)",
+               result)) {
     return status;
-  }
-  if (!::g_variant_is_of_type(result.get(), G_VARIANT_TYPE("(v)"))) {
-    return kErrSecNotAvailable;
   }
   GVariantPtr value;
   ::g_variant_get(result.get(), "(v)", static_cast<GVariant**>(Receive(value)));
@@ -173,16 +173,18 @@ OSStatus SecretServiceClient::readAttributes(
 
 OSStatus SecretServiceClient::readValue(const std::string& item,
                                         SecretBytes& value) {
-  GErrorPtr error;
-  const SecretValuePtr secret(::secret_service_get_secret_for_dbus_path_sync(
-      service_.get(), item.c_str(), nullptr, Receive(error)));
-  if (error) return statusOf(error, kErrSecItemNotFound);
-  if (!secret) {
-    // The service leaves out what is locked just as what is gone.
-    KeychainItemAttributes ignored;
-    const OSStatus status = readAttributes(item, ignored);
-    return status == 0 ? kErrSecInteractionNotAllowed : status;
+  GVariantPtr result;
+  if (const OSStatus status = call(
+          {item.c_str(), kItemInterface, "GetSecret", kErrSecItemNotFound},
+          ::g_variant_new(
+              "(o)", ::secret_service_get_session_dbus_path(service_.get())),
+          "((oayays))", result)) {
+    return status;
   }
+  const GVariantPtr encoded(::g_variant_get_child_value(result.get(), 0));
+  const SecretValuePtr secret(
+      ::secret_service_decode_dbus_secret(service_.get(), encoded.get()));
+  if (!secret) return kErrSecNotAvailable;
   gsize size = 0;
   const gchar* const bytes = ::secret_value_get(secret.get(), &size);
   value = secretBytesFrom({bytes, size});
@@ -190,32 +192,36 @@ OSStatus SecretServiceClient::readValue(const std::string& item,
 }
 
 OSStatus SecretServiceClient::create(const KeychainItem& item) {
-  const GHashTablePtr properties(::g_hash_table_new_full(
-      ::g_str_hash, ::g_str_equal, nullptr,
-      reinterpret_cast<GDestroyNotify>(::g_variant_unref)));
-  const auto put = [&](const char* name, GVariant* value) {
-    ::g_hash_table_insert(properties.get(), const_cast<char*>(name),
-                          ::g_variant_ref_sink(value));
-  };
-  put("org.freedesktop.Secret.Item.Label",
+  const SecretValuePtr secret = secretValueFrom(item.value);
+  GVariant* const encoded =
+      ::secret_service_encode_dbus_secret(service_.get(), secret.get());
+  if (encoded == nullptr) return kErrSecNotAvailable;
+  GVariantBuilder properties;
+  ::g_variant_builder_init(&properties, G_VARIANT_TYPE("a{sv}"));
+  ::g_variant_builder_add(
+      &properties, "{sv}", "org.freedesktop.Secret.Item.Label",
       ::g_variant_new_string(item.attributes.service.c_str()));
-  put("org.freedesktop.Secret.Item.Attributes", variantFrom(item.attributes));
-  GErrorPtr error;
-  const GStringPtr path(::secret_service_create_item_dbus_path_sync(
-      service_.get(), kDefaultCollection, properties.get(),
-      secretValueFrom(item.value).get(), SECRET_ITEM_CREATE_NONE, nullptr,
-      Receive(error)));
-  if (error) return statusOf(error, kErrSecNoDefaultKeychain);
-  return path ? kErrSecSuccess : kErrSecUserCanceled;
+  ::g_variant_builder_add(&properties, "{sv}",
+                          "org.freedesktop.Secret.Item.Attributes",
+                          variantFrom(item.attributes));
+  GVariantPtr result;
+  if (const OSStatus status = call(
+          {kDefaultCollection, kCollectionInterface, "CreateItem",
+           kErrSecNoDefaultKeychain},
+          ::g_variant_new("(a{sv}@(oayays)b)", &properties, encoded, FALSE),
+          "(oo)", result)) {
+    return status;
+  }
+  return afterPrompt(result, 1);
 }
 
 OSStatus SecretServiceClient::writeAttributes(
     const std::string& item, const KeychainItemAttributes& attributes) {
   GVariantPtr ignored;
-  return call(item.c_str(), kPropertiesInterface, "Set",
+  return call({item.c_str(), kPropertiesInterface, "Set", kErrSecItemNotFound},
               ::g_variant_new("(ssv)", kItemInterface, "Attributes",
                               variantFrom(attributes)),
-              ignored);
+              "()", ignored);
 }
 
 OSStatus SecretServiceClient::writeValue(const std::string& item,
@@ -225,17 +231,18 @@ OSStatus SecretServiceClient::writeValue(const std::string& item,
       ::secret_service_encode_dbus_secret(service_.get(), secret.get());
   if (encoded == nullptr) return kErrSecNotAvailable;
   GVariantPtr ignored;
-  return call(item.c_str(), kItemInterface, "SetSecret",
-              ::g_variant_new("(@(oayays))", encoded), ignored);
+  return call({item.c_str(), kItemInterface, "SetSecret", kErrSecItemNotFound},
+              ::g_variant_new("(@(oayays))", encoded), "()", ignored);
 }
 
 OSStatus SecretServiceClient::remove(const std::string& item) {
-  GErrorPtr error;
-  const bool isDone =
-      ::secret_service_delete_item_dbus_path_sync(
-          service_.get(), item.c_str(), nullptr, Receive(error)) != FALSE;
-  if (error) return statusOf(error, kErrSecItemNotFound);
-  return isDone ? kErrSecSuccess : kErrSecUserCanceled;
+  GVariantPtr result;
+  if (const OSStatus status =
+          call({item.c_str(), kItemInterface, "Delete", kErrSecItemNotFound},
+               nullptr, "(o)", result)) {
+    return status;
+  }
+  return afterPrompt(result, 0);
 }
 
 OSStatus SecretServiceClient::findDefaultCollection(std::string& collection) {
@@ -283,16 +290,33 @@ OSStatus SecretServiceClient::statusOf(const GErrorPtr& error,
   return keychainStatusFrom(*error, missingObject);
 }
 
-OSStatus SecretServiceClient::call(const char* object, const char* interface,
-                                   const char* method, GVariant* arguments,
+// Shows the prompt that a result names, if it names one, and waits for it.
+OSStatus SecretServiceClient::afterPrompt(const GVariantPtr& result,
+                                          gsize index) {
+  const gchar* prompt = nullptr;
+  ::g_variant_get_child(result.get(), index, "&o", &prompt);
+  if (std::string_view(prompt) == "/") return kErrSecSuccess;
+  if (!secKeychainIsUserInteractionAllowed()) {
+    return kErrSecInteractionNotAllowed;
+  }
+  GErrorPtr error;
+  const GVariantPtr answer(::secret_service_prompt_at_dbus_path_sync(
+      service_.get(), prompt, nullptr, nullptr, Receive(error)));
+  if (error) return statusOf(error, kErrSecNotAvailable);
+  return answer ? kErrSecSuccess : kErrSecUserCanceled;
+}
+
+OSStatus SecretServiceClient::call(const Method& method, GVariant* arguments,
+                                   const char* resultType,
                                    GVariantPtr& result) {
   GDBusProxy* const proxy = G_DBUS_PROXY(service_.get());
   GErrorPtr error;
   result.reset(::g_dbus_connection_call_sync(
       ::g_dbus_proxy_get_connection(proxy), ::g_dbus_proxy_get_name(proxy),
-      object, interface, method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
-      nullptr, Receive(error)));
-  return result ? kErrSecSuccess : statusOf(error, kErrSecItemNotFound);
+      method.object, method.interface, method.name, arguments,
+      G_VARIANT_TYPE(resultType), G_DBUS_CALL_FLAGS_NONE, -1, nullptr,
+      Receive(error)));
+  return result ? kErrSecSuccess : statusOf(error, method.missingObject);
 }
 
 }  // namespace quillhaven::platform::internal

@@ -59,8 +59,16 @@ class SecretServiceClient {
 
  private:
   OSStatus statusOf(const GErrorPtr& error, OSStatus missingObject);
-  OSStatus call(const char* object, const char* interface, const char* method,
-                GVariant* arguments, GVariantPtr& result);
+  // What is called, and the status when the object is not there.
+  struct Method {
+    const char* object;
+    const char* interface;
+    const char* name;
+    OSStatus missingObject;
+  };
+  OSStatus call(const Method& method, GVariant* arguments,
+                const char* resultType, GVariantPtr& result);
+  OSStatus afterPrompt(const GVariantPtr& result, gsize index);
 
   GObjectPtr<SecretService> service_;
   bool hasLostService_ = false;

@@ -111,6 +111,33 @@ END
     fail "the installed translation is not seen" "$folder/output"
 fi
 
+# A host that keeps passwords gets what the keychain room stands on.
+mkdir "$folder/keychain"
+cat >"$folder/keychain/keychain.cc" <<'END'
+#include <quillhaven/identity/keychain.h>
+
+#include <iostream>
+
+int main() {
+  quillhaven::identity::Keychain keychain("com.example.host");
+  keychain.save("kept", std::nullopt, false);
+  std::cout << keychain.password(std::nullopt, false).value() << '\n';
+}
+END
+cat >"$folder/keychain/CMakeLists.txt" <<'END'
+cmake_minimum_required(VERSION 3.25)
+project(KeychainHost LANGUAGES CXX)
+find_package(QuillhavenUtilities REQUIRED COMPONENTS identity_keychain)
+add_executable(keychain keychain.cc)
+target_link_libraries(keychain PRIVATE Quillhaven::identity_keychain)
+END
+quietly configure "$folder/keychain" "$folder/keychain/build"
+quietly "$cmake" --build "$folder/keychain/build"
+QUILLHAVEN_KEYCHAIN=sealed-file XDG_DATA_HOME=$folder/data \
+  "$folder/keychain/build/keychain" >"$folder/output" ||
+  fail "a host cannot keep a password"
+grep -qxF kept "$folder/output" || fail "a password is lost" "$folder/output"
+
 if command -v pkg-config >/dev/null; then
   export PKG_CONFIG_PATH=$pkg_config_folder
   # Only this test moves what was installed, so only here the prefix differs.

@@ -141,6 +141,7 @@ KeyDerivation newDerivation(KeySource source) {
 SecretBytes masterKeyFromPassphrase(const KeyDerivation& derivation,
                                     std::string_view passphrase) {
   SecretBytes key(kMasterKeySize);
+  if (passphrase.empty()) passphrase = "";  // with a pointer
   const int result = ::crypto_pwhash(
       unsignedBytes(key.data()), key.size(), passphrase.data(),
       passphrase.size(), unsignedBytes(derivation.salt.data()),

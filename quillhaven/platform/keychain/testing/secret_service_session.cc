@@ -27,6 +27,14 @@ extern "C" __attribute__((visibility("default"))) const char*
 __lsan_default_suppressions() {
   return "leak:_secret_prompt_instance\n";
 }
+// GLib's D-Bus threads hand over under locks that are not instrumented.
+extern "C" __attribute__((visibility("default"))) const char*
+__tsan_default_suppressions() {
+  return "called_from_lib:libgio-2.0.so\n"
+         "called_from_lib:libsecret-1.so\n"
+         "race:libgobject-2.0.so\n"
+         "mutex:libgobject-2.0.so\n";
+}
 // NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
 
 namespace quillhaven::platform::testing {

@@ -1,36 +1,12 @@
-// Owns one file descriptor.
+// The owner of a file descriptor, under the name that the program knows it by.
 #ifndef QUILLHAVEN_CLI_UNIQUE_FD_H_
 #define QUILLHAVEN_CLI_UNIQUE_FD_H_
 
-#include <unistd.h>
-
-#include <utility>
+#include "quillhaven/platform/base/unique_fd.h"
 
 namespace quillhaven::cli {
 
-// Closes its descriptor at the end of its life; a negative number is none.
-class UniqueFd {
- public:
-  UniqueFd() = default;
-  explicit UniqueFd(int fd) : fd_(fd) {}
-  UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  UniqueFd& operator=(UniqueFd&& other) noexcept {
-    reset(std::exchange(other.fd_, -1));
-    return *this;
-  }
-  ~UniqueFd() { reset(); }
-
-  [[nodiscard]] int get() const { return fd_; }
-  [[nodiscard]] bool valid() const { return fd_ >= 0; }
-
-  void reset(int fd = -1) {
-    if (valid()) ::close(fd_);
-    fd_ = fd;
-  }
-
- private:
-  int fd_ = -1;
-};
+using platform::UniqueFd;
 
 }  // namespace quillhaven::cli
 

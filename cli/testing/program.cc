@@ -12,8 +12,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 namespace quillhaven::cli::testing {
 namespace {
@@ -185,29 +183,6 @@ RunResult runProgram(const std::string& path,
   program.write(input);
   const auto status = program.closeInputAndWait();
   return {status, program.output(), program.error()};
-}
-
-TemporaryFolder::TemporaryFolder() {
-  path_ = (std::filesystem::temp_directory_path() / "quillhaven-XXXXXX");
-  require(::mkdtemp(path_.data()) != nullptr);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
-
-std::string TemporaryFolder::path(std::string_view name) const {
-  return name.empty() ? path_ : path_ + "/" + std::string(name);
-}
-
-std::string TemporaryFolder::write(std::string_view name,
-                                   std::string_view bytes) const {
-  std::string file = path(name);
-  std::filesystem::create_directories(
-      std::filesystem::path(file).parent_path());
-  std::ofstream(file, std::ios::binary) << bytes;
-  return file;
 }
 
 }  // namespace quillhaven::cli::testing

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cli/unique_fd.h"
+#include "quillhaven/platform/files/testing/temporary_folder.h"
 
 namespace quillhaven::cli::testing {
 
@@ -83,23 +84,7 @@ RunResult runProgram(const std::string& path,
                      std::string_view input = {}, Stream output = Stream::kPipe,
                      Stream error = Stream::kPipe);
 
-// A folder that vanishes with what it holds.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder();
-
-  // The path of `name` inside.
-  [[nodiscard]] std::string path(std::string_view name = {}) const;
-
-  // Writes a file, making the folders on its way; returns its path.
-  std::string write(std::string_view name, std::string_view bytes) const;
-
- private:
-  std::string path_;
-};
+using platform::testing::TemporaryFolder;
 
 }  // namespace quillhaven::cli::testing
 

@@ -159,7 +159,7 @@ TEST(UserDefaults, ChangesFromOutsideShowAtTheNextRead) {
 TEST(UserDefaults, ProcessesAndThreadsLoseNoneOfTheirKeys) {
   const TemporaryFolder folder;
   constexpr int kWriters = 4;
-  constexpr int kChanges = 60;
+  constexpr int kChanges = 15;
   const auto write = [&folder](const std::string& name) {
     UserDefaults defaults("suite", folder.path());
     for (int i = 0; i < kChanges; ++i) {

@@ -1,11 +1,15 @@
 #include "quillhaven/identity/bundle_info.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/xattr.h>
 
 #include <filesystem>
 
 #include "quillhaven/identity/product_defaults.h"
+#include "quillhaven/platform/base/unique_fd.h"
 #include "quillhaven/platform/files/extended_attributes.h"
 #include "quillhaven/platform/files/testing/temporary_folder.h"
 
@@ -262,6 +266,28 @@ TEST_F(BundleInfoTest, MailMovedToTheSystemFolder) {
   EXPECT_EQ(mailBundle({11, 0, 0}, folder_.path())->bundlePath(), now);
 }
 
+// Makes a file such that not even root may change it, where that is possible.
+class Unchangeable {
+ public:
+  explicit Unchangeable(const std::string& path)
+      : fd_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    holds_ = setFlag(FS_IMMUTABLE_FL);
+  }
+  ~Unchangeable() { (void)setFlag(0); }
+  [[nodiscard]] bool holds() const { return holds_; }
+
+ private:
+  [[nodiscard]] bool setFlag(int flag) const {
+    int flags = 0;
+    if (::ioctl(fd_.get(), FS_IOC_GETFLAGS, &flags) != 0) return false;
+    flags = (flags & ~FS_IMMUTABLE_FL) | flag;
+    return ::ioctl(fd_.get(), FS_IOC_SETFLAGS, &flags) == 0;
+  }
+
+  platform::UniqueFd fd_;
+  bool holds_ = false;
+};
+
 class DequarantineTest : public BundleInfoTest {
  protected:
   void SetUp() override {
@@ -301,6 +327,24 @@ TEST_F(DequarantineTest, ClearsTheWholeTree) {
   EXPECT_FALSE(isMarked(outside));
   EXPECT_TRUE(dequarantine(Bundle(folder_.path("missing"))));
   EXPECT_TRUE(dequarantine(Bundle(folder_.path("A.app"))));
+}
+
+TEST_F(DequarantineTest, StopsAtTheFirstMarkThatStays) {
+  const std::string stuck = folder_.write("A.app/stuck", "");
+  ASSERT_TRUE(mark(stuck));
+  const std::string inside = folder_.write("A.app/folder/inside", "");
+  ASSERT_TRUE(mark(inside) && mark(folder_.path("A.app")));
+  {
+    const Unchangeable guard(stuck);
+    if (!guard.holds()) GTEST_SKIP() << "nothing can be made unchangeable";
+    EXPECT_FALSE(dequarantine(Bundle(folder_.path("A.app"))));
+    EXPECT_FALSE(dequarantine(Bundle(stuck)));
+    EXPECT_FALSE(isMarked(folder_.path("A.app")));  // comes first
+    EXPECT_TRUE(isMarked(stuck));
+    EXPECT_TRUE(isMarked(inside));  // was still to come
+  }
+  EXPECT_TRUE(dequarantine(Bundle(folder_.path("A.app"))));
+  EXPECT_FALSE(isMarked(stuck));
 }
 
 TEST(UuidForKey, IsCanonicalTextOnly) {

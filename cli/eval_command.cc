@@ -34,6 +34,7 @@ constexpr std::span<const EvalOperation> (*kFamilies[])() = {
     digestOperations,
     linkOperations,
     concurrencyOperations,
+    identityOperations,
 };
 
 const EvalOperation& operationNamed(std::string_view name) {

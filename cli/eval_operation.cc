@@ -150,6 +150,17 @@ std::vector<std::string_view> Arguments::strings(std::string_view name) const {
   return list;
 }
 
+bool Arguments::boolean(std::string_view name) const {
+  const json& value = required(name);
+  if (value.is_boolean()) return value.get<bool>();
+  throw mistyped(name, "true or false", value.type_name());
+}
+
+bool Arguments::isString(std::string_view name) const {
+  const json* const value = optional(name);
+  return value != nullptr && value->is_string();
+}
+
 std::string Arguments::base64(std::string_view name) const {
   auto bytes = bytesFromBase64(string(name));
   if (bytes) return std::move(*bytes);

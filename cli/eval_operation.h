@@ -52,6 +52,9 @@ class Arguments {
   // A list of strings.
   [[nodiscard]] std::vector<std::string_view> strings(
       std::string_view name) const;
+  [[nodiscard]] bool boolean(std::string_view name) const;
+  // True when the argument is there and is a string.
+  [[nodiscard]] bool isString(std::string_view name) const;
   // The bytes of an argument in Base64 (RFC 4648, section 4), padded.
   [[nodiscard]] std::string base64(std::string_view name) const;
   // A value of any type; must be there.
@@ -89,6 +92,7 @@ std::span<const EvalOperation> stringOperations();
 std::span<const EvalOperation> digestOperations();
 std::span<const EvalOperation> linkOperations();
 std::span<const EvalOperation> concurrencyOperations();
+std::span<const EvalOperation> identityOperations();
 
 // Returns the bytes that `text` encodes, or nothing when it is not Base64 with
 // the standard alphabet and its padding, or holds anything else.

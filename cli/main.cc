@@ -15,6 +15,7 @@
 #include "cli/digest_command.h"
 #include "cli/eval_command.h"
 #include "cli/html_commands.h"
+#include "cli/identity_commands.h"
 #include "cli/input_sources.h"
 #include "cli/keychain_command.h"
 #include "cli/output.h"
@@ -32,8 +33,11 @@ constexpr AddCommand kCommands[] = {
     addTextToHTMLCommand,
     addTrackCommand,
     addDigestCommand,
-    addEvalCommand,
     addKeychainCommand,
+    addBundleCommand,
+    addPageCommand,
+    addDefaultsCommand,
+    addEvalCommand,
 };
 // clang-format on
 
@@ -64,8 +68,16 @@ int reportWrongUsage(const CLI::App& app, const CLI::ParseError& error) {
 
 // Commands whose arguments that are no options are paths; their paths survive
 // CLI11, see withFolder().
+// clang-format off
 constexpr std::string_view kPathCommands[] = {
-    "parse", "html-to-text", "text-to-html", "track", "digest"};
+    "parse",
+    "html-to-text",
+    "text-to-html",
+    "track",
+    "digest",
+    "bundle",
+};
+// clang-format on
 
 bool takesPaths(std::string_view command) {
   return std::find(std::begin(kPathCommands), std::end(kPathCommands),

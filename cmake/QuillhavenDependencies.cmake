@@ -30,6 +30,8 @@ quillhaven_dependency(PkgConfig::GLIB MODULE glib-2.0
 quillhaven_dependency(PkgConfig::LIBSECRET MODULE libsecret-1
   DEBIAN libsecret-1-dev)
 quillhaven_dependency(PkgConfig::LIBSODIUM MODULE libsodium DEBIAN libsodium-dev)
+# The reference that the tests hold our readers of property lists to.
+quillhaven_dependency(PkgConfig::LIBPLIST MODULE libplist-2.0)
 quillhaven_dependency(Threads::Threads PACKAGE Threads LIBS -pthread)
 
 # Finds what stands behind those of the named targets that are in the table.

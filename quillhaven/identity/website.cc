@@ -76,13 +76,16 @@ constexpr PageEntry kPages[] = {
 };
 static_assert(std::size(kPages) == Website::kPageCount);
 
-const PageEntry& entryOf(Website::Page page) {
-  const int rawValue = static_cast<int>(page);
+const PageEntry& entryWithRawValue(std::int64_t rawValue) {
   if (rawValue < 0 || rawValue >= Website::kPageCount) {
     platform::fatalError("no page of the web site has the number " +
                          std::to_string(rawValue));
   }
   return kPages[rawValue];
+}
+
+const PageEntry& entryOf(Website::Page page) {
+  return entryWithRawValue(static_cast<int>(page));
 }
 
 std::mutex& openerLock() {
@@ -98,10 +101,9 @@ Website::Opener& hostOpener() {
 
 }  // namespace
 
-Website::Page Website::pageWithRawValue(int rawValue) {
-  const auto page = static_cast<Page>(rawValue);
-  entryOf(page);
-  return page;
+Website::Page Website::pageWithRawValue(std::int64_t rawValue) {
+  entryWithRawValue(rawValue);
+  return static_cast<Page>(rawValue);
 }
 
 std::optional<Website::Page> Website::pageWithName(std::string_view name) {

@@ -2,6 +2,7 @@
 #ifndef QUILLHAVEN_IDENTITY_WEBSITE_H_
 #define QUILLHAVEN_IDENTITY_WEBSITE_H_
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -52,7 +53,7 @@ class Website {
 
   // Returns the page with this number; a number that no page has is a fatal
   // error.
-  [[nodiscard]] static Page pageWithRawValue(int rawValue);
+  [[nodiscard]] static Page pageWithRawValue(std::int64_t rawValue);
 
   // Returns the page that is called `name` above, or nothing.
   [[nodiscard]] static std::optional<Page> pageWithName(std::string_view name);

@@ -141,8 +141,24 @@ void XMLWriter::appendEscaped(std::string_view content) {
 
 }  // namespace
 
-// Not in the header: inlined, it makes GCC 12 warn of members that a variant
-// does not hold.
+// Not in the header: inlined, these make GCC 12 warn of what a variant does not
+// hold.
+PropertyList::PropertyList(std::uint64_t bits, bool isNegative) : value_(bits) {
+  if (isNegative || std::in_range<std::int64_t>(bits)) {
+    value_ = static_cast<std::int64_t>(bits);
+  }
+}
+PropertyList::PropertyList(std::string text) : value_(std::move(text)) {}
+PropertyList::PropertyList(std::string_view text) : value_(std::string(text)) {}
+PropertyList::PropertyList(const char* text) : value_(std::string(text)) {}
+PropertyList::PropertyList(Data data) : value_(std::move(data)) {}
+PropertyList::PropertyList(Array array) : value_(std::move(array)) {}
+PropertyList::PropertyList(Dictionary dictionary)
+    : value_(std::move(dictionary)) {}
+PropertyList::PropertyList(const PropertyList&) = default;
+PropertyList::PropertyList(PropertyList&&) noexcept = default;
+PropertyList& PropertyList::operator=(const PropertyList&) = default;
+PropertyList& PropertyList::operator=(PropertyList&&) noexcept = default;
 PropertyList::~PropertyList() = default;
 
 std::optional<PropertyList> propertyListFromBytes(std::string_view bytes) {

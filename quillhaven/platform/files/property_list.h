@@ -46,26 +46,21 @@ class PropertyList {
   PropertyList(std::same_as<bool> auto truth) : value_(truth) {}
   template <std::integral Number>
   requires(!std::same_as<Number, bool>) PropertyList(Number number)
-      : value_(std::int64_t{0}) {
-    if (std::in_range<std::int64_t>(number)) {
-      value_ = static_cast<std::int64_t>(number);
-    } else {
-      value_ = static_cast<std::uint64_t>(number);
-    }
-  }
+      : PropertyList(static_cast<std::uint64_t>(number),
+                     std::cmp_less(number, 0)) {}
   PropertyList(double number) : value_(number) {}
-  PropertyList(std::string text) : value_(std::move(text)) {}
-  PropertyList(std::string_view text) : value_(std::string(text)) {}
-  PropertyList(const char* text) : value_(std::string(text)) {}
-  PropertyList(Data data) : value_(std::move(data)) {}
+  PropertyList(std::string text);
+  PropertyList(std::string_view text);
+  PropertyList(const char* text);
+  PropertyList(Data data);
   PropertyList(Date date) : value_(date) {}
-  PropertyList(Array array) : value_(std::move(array)) {}
-  PropertyList(Dictionary dictionary) : value_(std::move(dictionary)) {}
+  PropertyList(Array array);
+  PropertyList(Dictionary dictionary);
   // NOLINTEND(google-explicit-constructor)
-  PropertyList(const PropertyList&) = default;
-  PropertyList(PropertyList&&) noexcept = default;
-  PropertyList& operator=(const PropertyList&) = default;
-  PropertyList& operator=(PropertyList&&) noexcept = default;
+  PropertyList(const PropertyList& other);
+  PropertyList(PropertyList&& other) noexcept;
+  PropertyList& operator=(const PropertyList& other);
+  PropertyList& operator=(PropertyList&& other) noexcept;
   ~PropertyList();
 
   [[nodiscard]] const Value& value() const { return value_; }
@@ -95,6 +90,9 @@ class PropertyList {
   bool operator==(const PropertyList&) const = default;
 
  private:
+  // An integer of 64 bits, which count as signed if it is negative.
+  PropertyList(std::uint64_t bits, bool isNegative);
+
   template <typename Type>
   [[nodiscard]] std::optional<Type> copy() const {
     if (const auto* value = std::get_if<Type>(&value_)) return *value;

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/unique_fd.h"
+#include "quillhaven/platform/base/unique_fd.h"
 
 namespace quillhaven::cli {
 
@@ -53,7 +53,7 @@ class PathList {
 
   std::string path_;
   char separator_;
-  UniqueFd owned_;
+  platform::UniqueFd owned_;
   int fd_ = -1;
   std::string buffer_;
   std::size_t at_ = 0;
@@ -139,7 +139,7 @@ class WholeReader {
   void shrink();
 
  private:
-  UniqueFd owned_;
+  platform::UniqueFd owned_;
   int fd_ = -1;
   std::size_t expectedSize_ = 0;
   bool isRegular_ = false;

@@ -161,7 +161,7 @@ TEST(WholeReader, ReadsPipesAndSaysWhyItCannot) {
   WholeReader reader;
   for (const std::size_t maximum : {300001U, 300000U}) {
     std::thread writer([&] {
-      const UniqueFd end(::open(fifo.c_str(), O_WRONLY));
+      const platform::UniqueFd end(::open(fifo.c_str(), O_WRONLY));
       std::string_view rest = bytes;
       while (!rest.empty()) {
         const ssize_t count = ::write(end.get(), rest.data(), rest.size());

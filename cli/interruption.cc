@@ -21,8 +21,8 @@ Interruption::Interruption(std::function<void()> tidyUp) {
       sigaddset(&watched_, number);
     }
   }
-  signals_ = UniqueFd(::signalfd(-1, &watched_, SFD_CLOEXEC));
-  stop_ = UniqueFd(::eventfd(0, EFD_CLOEXEC));
+  signals_ = platform::UniqueFd(::signalfd(-1, &watched_, SFD_CLOEXEC));
+  stop_ = platform::UniqueFd(::eventfd(0, EFD_CLOEXEC));
   if (!signals_.valid() || !stop_.valid()) {
     throw std::system_error(errno, std::generic_category());
   }

@@ -6,7 +6,7 @@
 #include <functional>
 #include <thread>
 
-#include "cli/unique_fd.h"
+#include "quillhaven/platform/base/unique_fd.h"
 
 namespace quillhaven::cli {
 
@@ -26,8 +26,8 @@ class Interruption {
 
   sigset_t watched_;
   sigset_t maskBefore_;
-  UniqueFd signals_;
-  UniqueFd stop_;
+  platform::UniqueFd signals_;
+  platform::UniqueFd stop_;
   std::thread thread_;
 };
 

@@ -14,7 +14,7 @@
 
 #include "cli/command.h"
 #include "cli/progress_bar.h"
-#include "cli/unique_fd.h"
+#include "quillhaven/platform/base/unique_fd.h"
 
 namespace quillhaven::cli {
 namespace {
@@ -50,7 +50,7 @@ std::string readAll(int fd) {
 }
 
 TEST(Output, WritesRecordsInOrderAndDropsThoseAfterClose) {
-  UniqueFd file(::memfd_create("output", MFD_CLOEXEC));
+  platform::UniqueFd file(::memfd_create("output", MFD_CLOEXEC));
   ASSERT_TRUE(file.valid());
   std::string expected;
   Output output(file.get());
@@ -69,7 +69,7 @@ TEST(Output, WritesRecordsInOrderAndDropsThoseAfterClose) {
 }
 
 TEST(Output, ReportsAFullDiskAndForgivesAReaderThatWentAway) {
-  UniqueFd full(::open("/dev/full", O_WRONLY));
+  platform::UniqueFd full(::open("/dev/full", O_WRONLY));
   Output toFull(full.get());
   EXPECT_TRUE(toFull.append("x"));
   testing::internal::CaptureStderr();
@@ -80,8 +80,8 @@ TEST(Output, ReportsAFullDiskAndForgivesAReaderThatWentAway) {
 
   int ends[2];
   ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-  UniqueFd reader(ends[0]);
-  UniqueFd writer(ends[1]);
+  platform::UniqueFd reader(ends[0]);
+  platform::UniqueFd writer(ends[1]);
   reader.reset();
   ::signal(SIGPIPE, SIG_IGN);
   Output toNobody(writer.get());

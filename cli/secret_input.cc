@@ -15,7 +15,7 @@
 #include "cli/command.h"
 #include "cli/input_sources.h"
 #include "cli/output.h"
-#include "cli/unique_fd.h"
+#include "quillhaven/platform/base/unique_fd.h"
 
 namespace quillhaven::cli {
 namespace {
@@ -128,7 +128,8 @@ std::optional<SecretBytes> readSecret() {
 }
 
 std::optional<SecretBytes> askAtTerminal(std::string_view prompt) {
-  const UniqueFd terminal(::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY));
+  const platform::UniqueFd terminal(
+      ::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY));
   if (!terminal.valid()) return std::nullopt;
   return readHiddenLine(terminal.get(), prompt);
 }

@@ -27,14 +27,14 @@ void require(bool condition) {
 
 // Our end of a stream and the child's.
 struct Ends {
-  UniqueFd ours;
-  UniqueFd childs;
+  platform::UniqueFd ours;
+  platform::UniqueFd childs;
 };
 
 Ends makePipe(bool childReads) {
   int fds[2];
   require(::pipe2(fds, O_CLOEXEC) == 0);
-  Ends ends{UniqueFd(fds[0]), UniqueFd(fds[1])};
+  Ends ends{platform::UniqueFd(fds[0]), platform::UniqueFd(fds[1])};
   if (childReads) std::swap(ends.ours, ends.childs);
   return ends;
 }
@@ -42,18 +42,19 @@ Ends makePipe(bool childReads) {
 Ends makeStream(Stream stream) {
   if (stream == Stream::kPipe) return makePipe(false);
   if (stream == Stream::kFull) {
-    return {UniqueFd(), UniqueFd(::open("/dev/full", O_WRONLY | O_CLOEXEC))};
+    return {platform::UniqueFd(),
+            platform::UniqueFd(::open("/dev/full", O_WRONLY | O_CLOEXEC))};
   }
   int ours = -1;
   int childs = -1;
   require(::openpty(&ours, &childs, nullptr, nullptr, nullptr) == 0);
   ::fcntl(ours, F_SETFD, FD_CLOEXEC);
   ::fcntl(childs, F_SETFD, FD_CLOEXEC);
-  return {UniqueFd(ours), UniqueFd(childs)};
+  return {platform::UniqueFd(ours), platform::UniqueFd(childs)};
 }
 
 // Reads what is there; closes `fd` at the end, which is EIO for a terminal.
-void readAvailable(UniqueFd& fd, std::string& text) {
+void readAvailable(platform::UniqueFd& fd, std::string& text) {
   char piece[64 * 1024];
   const ssize_t count = ::read(fd.get(), piece, sizeof piece);
   if (count > 0) {

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/unique_fd.h"
+#include "quillhaven/platform/base/unique_fd.h"
 #include "quillhaven/platform/files/testing/temporary_folder.h"
 
 namespace quillhaven::cli::testing {
@@ -64,9 +64,9 @@ class Program {
   void readUntil(const Condition& isDone);
 
   pid_t pid_ = -1;
-  UniqueFd input_;
-  UniqueFd output_;
-  UniqueFd error_;
+  platform::UniqueFd input_;
+  platform::UniqueFd output_;
+  platform::UniqueFd error_;
   std::string outputText_;
   std::string errorText_;
 };

@@ -63,6 +63,31 @@ TEST(UTF8, AcceptsWellFormedSequencesOnly) {
   }
 }
 
+TEST(UTF8, RepairsWhatIsMalformedPartByPart) {
+  const struct {
+    std::string_view bytes, text;
+  } cases[] = {
+      {"", ""},
+      {"a\xC3\xA9\xF0\x9F\x98\x80", "a\xC3\xA9\xF0\x9F\x98\x80"},
+      {"a\xE9z", "a\uFFFDz"},
+      {"\xE2\x82", "\uFFFD"},  // cut short
+      {"\xE2\x82x\xE2", "\uFFFDx\uFFFD"},
+      {"\xC0\x80", "\uFFFD\uFFFD"},                // overlong
+      {"\xE0\x9F\xBF", "\uFFFD\uFFFD\uFFFD"},      //
+      {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},      // a surrogate
+      {"\xF0\x8F\x80x", "\uFFFD\uFFFD\uFFFDx"},    // overlong
+      {"\xF0\x9F\x98", "\uFFFD"},                  // cut short
+      {"\xF0\x9F\x98\xC3\xA9", "\uFFFD\xC3\xA9"},  //
+      {"\xF4\x90\x80", "\uFFFD\uFFFD\uFFFD"},      // above U+10FFFF
+      {"\xF5\x80", "\uFFFD\uFFFD"},                //
+      {"\xC3\xC3\xA9\xFF", "\uFFFD\xC3\xA9\uFFFD"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    EXPECT_EQ(repairedUTF8(c.bytes), c.text);
+  }
+}
+
 TEST(UTF8, ReadsBackWhatItWrites) {
   for (const char32_t c : {0x0U, 0x7FU, 0x80U, 0x7FFU, 0x800U, 0xD7FFU, 0xE000U,
                            0xFFFFU, 0x10000U, 0x10FFFFU}) {

@@ -33,6 +33,17 @@ std::size_t sequenceLength(const unsigned char* p, std::size_t left) {
   return 4;
 }
 
+// Length of the longest start of a well-formed sequence that stands at `p`,
+// where no whole one does; 1 when there is none.
+std::size_t maximalSubpart(const unsigned char* p, std::size_t left) {
+  const unsigned char lead = p[0];
+  if (lead < 0xE0 || lead > 0xF4 || left < 2) return 1;
+  const unsigned char least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+  const unsigned char most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+  if (p[1] < least || p[1] > most) return 1;
+  return lead >= 0xF0 && left >= 3 && (p[2] & 0xC0) == 0x80 ? 3 : 2;
+}
+
 // True when none of the 64 bytes at `p` is above 7F.
 inline bool isASCII64(const unsigned char* p) {
 #if defined(__SSE2__)
@@ -82,6 +93,28 @@ bool isValidUTF8(std::string_view bytes) {
     }
     if (at == size) return true;
   }
+}
+
+std::string repairedUTF8(std::string_view bytes) {
+  if (isValidUTF8(bytes)) return std::string(bytes);
+  const auto* const data = reinterpret_cast<const unsigned char*>(bytes.data());
+  std::string text;
+  text.reserve(bytes.size() + 8);
+  for (std::size_t at = 0; at < bytes.size();) {
+    std::size_t length = asciiPrefixLength(bytes.substr(at));
+    text.append(bytes, at, length);
+    at += length;
+    if (at == bytes.size()) break;
+    length = sequenceLength(data + at, bytes.size() - at);
+    if (length > 0) {
+      text.append(bytes, at, length);
+    } else {
+      length = maximalSubpart(data + at, bytes.size() - at);
+      appendCodePoint(text, kReplacementCharacter);
+    }
+    at += length;
+  }
+  return text;
 }
 
 CodePoint codePointAt(std::string_view text, std::size_t at) {

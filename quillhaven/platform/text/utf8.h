@@ -15,6 +15,11 @@ inline constexpr char32_t kReplacementCharacter = 0xFFFD;
 // surrogate, no overlong form, nothing above U+10FFFF. Empty is valid.
 [[nodiscard]] bool isValidUTF8(std::string_view bytes);
 
+// Returns `bytes` as text: what is no well-formed UTF-8 becomes U+FFFD, one for
+// each maximal subpart of a sequence (Unicode 15, section 3.9): "\xE2\x82" cut
+// short gives one, "\xC0\x80" two.
+[[nodiscard]] std::string repairedUTF8(std::string_view bytes);
+
 // The number of bytes at the start of `bytes` that are 7-bit ASCII.
 [[nodiscard]] std::size_t asciiPrefixLength(std::string_view bytes);
 

@@ -35,6 +35,7 @@ constexpr std::span<const EvalOperation> (*kFamilies[])() = {
     linkOperations,
     concurrencyOperations,
     identityOperations,
+    processOperations,
 };
 
 const EvalOperation& operationNamed(std::string_view name) {

@@ -93,6 +93,7 @@ std::span<const EvalOperation> digestOperations();
 std::span<const EvalOperation> linkOperations();
 std::span<const EvalOperation> concurrencyOperations();
 std::span<const EvalOperation> identityOperations();
+std::span<const EvalOperation> processOperations();
 
 // Returns the bytes that `text` encodes, or nothing when it is not Base64 with
 // the standard alphabet and its padding, or holds anything else.

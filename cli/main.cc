@@ -21,6 +21,7 @@
 #include "cli/output.h"
 #include "cli/parse_command.h"
 #include "cli/track_command.h"
+#include "cli/process_commands.h"
 
 namespace quillhaven::cli {
 namespace {
@@ -37,6 +38,10 @@ constexpr AddCommand kCommands[] = {
     addBundleCommand,
     addPageCommand,
     addDefaultsCommand,
+    addSocketsCommand,
+    addParentCommand,
+    addArgumentsCommand,
+    addPIDsCommand,
     addEvalCommand,
 };
 // clang-format on

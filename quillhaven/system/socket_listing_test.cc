@@ -8,11 +8,13 @@
 
 #include "quillhaven/system/internal/socket_listing.h"
 
-// The sanitizer would stop at an allocation that cannot be made.
-extern "C" const char* __asan_default_options();   // NOLINT
-extern "C" const char* __asan_default_options() {  // NOLINT
-  return "allocator_may_return_null=1";
-}
+// The sanitizers would stop at an allocation that cannot be made; they look for
+// these names among those that the program exports.
+#define QH_SANITIZER_OPTIONS(name)                                         \
+  extern "C" [[gnu::visibility("default")]] const char* name(); /*NOLINT*/ \
+  extern "C" const char* name() { return "allocator_may_return_null=1"; }
+QH_SANITIZER_OPTIONS(__asan_default_options)
+QH_SANITIZER_OPTIONS(__tsan_default_options)
 
 namespace quillhaven::system {
 namespace {

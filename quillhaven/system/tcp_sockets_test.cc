@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -316,6 +317,33 @@ TEST(TCPSocketsForPID, GroupsByState) {
   ASSERT_EQ(sockets.at(4).size(), 2U);
   EXPECT_EQ(sockets.at(4).front().remotePort, port);
   EXPECT_EQ(sockets.at(4).back().localPort, port);
+}
+
+// Thousands are read by other means than a few.
+TEST(TCPSocketsForPID, ListsVeryManyDescriptorsWithAndWithoutGaps) {
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+  constexpr int kCount = 3000;
+  ASSERT_GT(limit.rlim_max, rlim_t{2 * kCount});
+  const Endpoint listening = listener();
+  std::vector<UniqueFd> files;
+  std::vector<std::int32_t> sockets =
+      TCPSocketsForPID::socketFileDescriptorsForPID(::getpid());
+  for (int i = 0; i < kCount; ++i) {
+    files.emplace_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+  }
+  for (int i = 0; i < 3; ++i) {
+    files.emplace_back(
+        ::fcntl(listening.fd.get(), F_DUPFD_CLOEXEC, i == 2 ? 5000 : kCount));
+    sockets.push_back(files.back().get());
+    EXPECT_EQ(TCPSocketsForPID::socketFileDescriptorsForPID(::getpid()),
+              sockets);
+    EXPECT_EQ(TCPSocketsForPID::tcpSocketInfoForPID(::getpid())[1].size(),
+              sockets.size());
+    files[static_cast<std::size_t>(i) * 700].reset();  // from then on, a gap
+  }
 }
 
 TEST(TCPSocketsForPID, SeesAnotherNetworkNamespace) {

@@ -1,16 +1,25 @@
 #include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/stat.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -42,6 +51,80 @@ std::optional<std::uint64_t> socketInode(std::string_view link) {
   return inode;
 }
 
+// What the link of a descriptor says.
+struct LinkRead {
+  enum class Outcome { kGone, kRefused, kOther, kSocket };
+  Outcome outcome = Outcome::kGone;
+  std::uint64_t inode = 0;
+};
+
+LinkRead readDescriptorLink(int folder, std::int32_t number) {
+  char buffer[64];
+  const std::string_view link = internal::readLink(
+      folder, NumberedPath(number).get(), buffer, sizeof buffer);
+  if (link.empty()) {
+    const bool isRefused = errno == EACCES || errno == EPERM;
+    return {isRefused ? LinkRead::Outcome::kRefused : LinkRead::Outcome::kGone};
+  }
+  const auto inode = socketInode(link);
+  if (!inode) return {LinkRead::Outcome::kOther};
+  return {LinkRead::Outcome::kSocket, *inode};
+}
+
+// From so many descriptors on, a second thread is worth its start, and a guess
+// of their numbers its check.
+constexpr std::size_t kManyDescriptors = 2048;
+
+// Starts a thread that no signal of the host's reaches; one that cannot be
+// joined when the system has no more threads to give.
+std::thread startHelper(const std::function<void()>& work) {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  ::pthread_sigmask(SIG_SETMASK, &all, &before);
+  std::thread helper;
+  try {
+    helper = std::thread(work);
+  } catch (const std::system_error&) {
+    // The caller does all the work itself.
+  }
+  ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  return helper;
+}
+
+// Reads the links of descriptors `numbers`. Nearly all time goes into the
+// kernel's work for each link, which two threads share where there are many.
+std::vector<LinkRead> readDescriptorLinks(
+    int folder, const std::vector<std::int32_t>& numbers) {
+  constexpr std::size_t kPiece = 128;
+  std::vector<LinkRead> links(numbers.size());
+  std::atomic<std::size_t> next = 0;
+  const auto readPieces = [&] {
+    for (std::size_t at; (at = next.fetch_add(kPiece)) < numbers.size();) {
+      const std::size_t end = std::min(at + kPiece, numbers.size());
+      for (; at < end; ++at)
+        links[at] = readDescriptorLink(folder, numbers[at]);
+    }
+  };
+  std::thread helper;
+  if (numbers.size() >= kManyDescriptors) helper = startHelper(readPieces);
+  readPieces();
+  if (helper.joinable()) helper.join();
+  return links;
+}
+
+// Returns how many descriptors stand in the folder of a process, which the
+// kernel tells as its size since Linux 6.2; 0 when it does not.
+std::size_t toldDescriptorCount(int folder) {
+  struct statfs fileSystem;
+  struct stat status;
+  if (::fstatfs(folder, &fileSystem) != 0 ||
+      fileSystem.f_type != PROC_SUPER_MAGIC || ::fstat(folder, &status) != 0) {
+    return 0;
+  }
+  return static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
+}
+
 // A socket of the process, and what the dump says about it.
 struct OpenSocket {
   std::int32_t descriptor;
@@ -62,6 +145,8 @@ class LinuxProcessSockets : public ProcessSockets {
                          SocketInformation& information) override;
 
  private:
+  [[nodiscard]] bool findNumbers();
+  [[nodiscard]] bool listNumbers();
   [[nodiscard]] bool isInOurNetwork() const;
   [[nodiscard]] bool handSocketsTo(const internal::SocketSink& sink) const;
   void findSockets();
@@ -74,9 +159,29 @@ class LinuxProcessSockets : public ProcessSockets {
   UniqueFd descriptors_;               // the folder with a link for each
   std::vector<std::int32_t> numbers_;  // of all descriptors, ascending
   std::vector<OpenSocket> sockets_;    // by descriptor
+  bool areNumbersAssumed_ = false;
   bool areSocketsFound_ = false;
   bool isEverySocketSeen_ = false;  // the dump was whole
 };
+
+// Servers with very many descriptors use all numbers from 0 on; listing them
+// would cost a fifth of the whole work.
+bool LinuxProcessSockets::findNumbers() {
+  const std::size_t count = toldDescriptorCount(descriptors_.get());
+  areNumbersAssumed_ = count >= kManyDescriptors;
+  if (areNumbersAssumed_) {
+    numbers_.resize(count);
+    std::iota(numbers_.begin(), numbers_.end(), 0);
+    return true;
+  }
+  return listNumbers();
+}
+
+bool LinuxProcessSockets::listNumbers() {
+  auto numbers = internal::numbersIn(descriptors_.get());
+  if (numbers) numbers_ = std::move(*numbers);
+  return numbers.has_value();
+}
 
 ReadOutcome LinuxProcessSockets::readTaskSummary(TaskSummary& summary) {
   if (table_.root() < 0) return {-1, table_.rootError()};
@@ -86,9 +191,7 @@ ReadOutcome LinuxProcessSockets::readTaskSummary(TaskSummary& summary) {
   if (!process_.valid()) return failure(errno);
   descriptors_ = internal::openBelow(process_.get(), "fd", O_DIRECTORY);
   if (!descriptors_.valid()) return failure(errno);
-  auto numbers = internal::numbersIn(descriptors_.get());
-  if (!numbers) return failure(errno);
-  numbers_ = std::move(*numbers);
+  if (!findNumbers()) return failure(errno);
   // Where the folder may be listed the links may still be for the owner alone.
   char link[16];
   if (!numbers_.empty() &&
@@ -105,20 +208,31 @@ ReadOutcome LinuxProcessSockets::readTaskSummary(TaskSummary& summary) {
 
 ReadOutcome LinuxProcessSockets::readDescriptors(
     std::span<Descriptor> descriptors) {
-  std::size_t count = 0;
-  for (const std::int32_t number : numbers_) {
-    if (count == descriptors.size()) break;
-    char buffer[64];
-    const std::string_view link = internal::readLink(
-        descriptors_.get(), NumberedPath(number).get(), buffer, sizeof buffer);
-    if (link.empty()) {
-      if (errno == EACCES || errno == EPERM) return failure(EPERM);
-      continue;  // closed since, or the whole process is gone
+  using Outcome = LinkRead::Outcome;
+  if (numbers_.size() > descriptors.size()) numbers_.resize(descriptors.size());
+  std::vector<LinkRead> links =
+      readDescriptorLinks(descriptors_.get(), numbers_);
+  const auto isGone = [](const LinkRead& link) {
+    return link.outcome == Outcome::kGone;
+  };
+  if (areNumbersAssumed_ && std::any_of(links.begin(), links.end(), isGone)) {
+    // There are others, or some were closed since.
+    if (!listNumbers()) return failure(errno);
+    if (numbers_.size() > descriptors.size()) {
+      numbers_.resize(descriptors.size());
     }
-    const auto inode = socketInode(link);
-    if (inode) sockets_.push_back({number, *inode});
-    descriptors[count++] = {
-        number, inode ? DescriptorKind::kSocket : DescriptorKind::kOther};
+    links = readDescriptorLinks(descriptors_.get(), numbers_);
+  }
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < links.size(); ++i) {
+    const LinkRead& link = links[i];
+    if (link.outcome == Outcome::kRefused) return failure(EPERM);
+    // Closed since, or the whole process is gone.
+    if (link.outcome == Outcome::kGone) continue;
+    const bool isSocket = link.outcome == Outcome::kSocket;
+    if (isSocket) sockets_.push_back({numbers_[i], link.inode});
+    descriptors[count++] = {numbers_[i], isSocket ? DescriptorKind::kSocket
+                                                  : DescriptorKind::kOther};
   }
   // A process that holds nothing is a zombie or one that closed everything;
   // both have nothing to report, like one that is gone.

@@ -36,6 +36,7 @@ constexpr std::span<const EvalOperation> (*kFamilies[])() = {
     concurrencyOperations,
     identityOperations,
     processOperations,
+    scriptOperations,
 };
 
 const EvalOperation& operationNamed(std::string_view name) {

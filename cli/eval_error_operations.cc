@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/eval_error_answer.h"
 #include "cli/eval_operation.h"
 #include "quillhaven/identity/keychain_error.h"
 #include "quillhaven/identity/quillhaven_error.h"
@@ -14,27 +15,6 @@ namespace {
 using identity::KeychainError;
 using identity::QuillhavenError;
 using AssociatedValues = std::vector<std::optional<std::string_view>>;
-
-// The members that the answers about all errors have.
-void writeError(const platform::LocalizedError& error, JsonWriter& result) {
-  result.key("code");
-  result.value(error.errorCode());
-  result.key("errorDescription");
-  result.value(error.errorDescription());
-  result.key("recoverySuggestion");
-  result.value(error.recoverySuggestion());
-  result.key("failureReason");
-  result.value(error.failureReason());
-  result.key("helpAnchor");
-  result.value(error.helpAnchor());
-  result.key("domain");
-  result.value(error.domain());
-}
-
-EvalError unknownCase(std::string_view name) {
-  return EvalError(
-      std::string("there is no case \"").append(name).append("\""));
-}
 
 // Returns the value at `at` for a parameter that may be absent or not.
 template <typename Parameter>

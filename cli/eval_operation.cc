@@ -161,6 +161,11 @@ bool Arguments::isString(std::string_view name) const {
   return value != nullptr && value->is_string();
 }
 
+const json* Arguments::optionalValue(std::string_view name) const {
+  const json* const value = optional(name);
+  return value != nullptr && value->is_null() ? nullptr : value;
+}
+
 std::string Arguments::base64(std::string_view name) const {
   auto bytes = bytesFromBase64(string(name));
   if (bytes) return std::move(*bytes);

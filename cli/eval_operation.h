@@ -55,6 +55,9 @@ class Arguments {
   [[nodiscard]] bool boolean(std::string_view name) const;
   // True when the argument is there and is a string.
   [[nodiscard]] bool isString(std::string_view name) const;
+  // Any value but null; null when it is missing.
+  [[nodiscard]] const nlohmann::json* optionalValue(
+      std::string_view name) const;
   // The bytes of an argument in Base64 (RFC 4648, section 4), padded.
   [[nodiscard]] std::string base64(std::string_view name) const;
   // A value of any type; must be there.
@@ -94,6 +97,7 @@ std::span<const EvalOperation> linkOperations();
 std::span<const EvalOperation> concurrencyOperations();
 std::span<const EvalOperation> identityOperations();
 std::span<const EvalOperation> processOperations();
+std::span<const EvalOperation> scriptOperations();
 
 // Returns the bytes that `text` encodes, or nothing when it is not Base64 with
 // the standard alphabet and its padding, or holds anything else.

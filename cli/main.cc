@@ -9,6 +9,7 @@
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli/command.h"
@@ -20,8 +21,10 @@
 #include "cli/keychain_command.h"
 #include "cli/output.h"
 #include "cli/parse_command.h"
-#include "cli/track_command.h"
 #include "cli/process_commands.h"
+#include "cli/task_commands.h"
+#include "cli/track_command.h"
+#include "cli/verbatim_arguments.h"
 
 namespace quillhaven::cli {
 namespace {
@@ -42,6 +45,8 @@ constexpr AddCommand kCommands[] = {
     addParentCommand,
     addArgumentsCommand,
     addPIDsCommand,
+    addRunCommand,
+    addShellCommand,
     addEvalCommand,
 };
 // clang-format on
@@ -113,6 +118,7 @@ std::vector<std::string> argumentsFrom(int argc, char** argv) {
                                    : argument);
     }
   }
+  arguments = markVerbatimArguments(std::move(arguments));
   std::reverse(arguments.begin(), arguments.end());
   return arguments;
 }

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -153,7 +154,7 @@ TEST(ChildProcess, HasItsEnvironmentAndFolder) {
   static_cast<void>(folder.write("program", "#!/bin/sh\npwd\n/usr/bin/env\n"));
   const std::string relative = "./" + folder.path().substr(5) + "/program";
   ASSERT_EQ(folder.path().substr(0, 5), "/tmp/");
-  const std::string before = ::get_current_dir_name();
+  const std::string before = std::filesystem::current_path();
   ASSERT_EQ(::chdir("/tmp"), 0);
   const CollectedRun run = runCollecting(
       {.executable = relative,

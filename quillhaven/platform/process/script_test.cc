@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
@@ -231,17 +230,19 @@ TEST(Script, SurvivesThatNobodyReadsThePrompt) {
   expectOutcome(outcome, {"on"});
 }
 
-// The real program, where it is installed: without a system bus it cannot ask
-// anybody, and says so with the same status as a command that is not found.
+// The real program, where it is installed. Root is asked nothing; without a
+// system bus it cannot ask anybody, and says so with the same status as a
+// command that is not found.
 TEST(Script, UnderstandsPkexec) {
   if (::access("/usr/bin/pkexec", X_OK) != 0 || ::geteuid() != 0) {
-    GTEST_SKIP() << "needs /usr/bin/pkexec, and root to choose its bus";
+    GTEST_SKIP() << "needs /usr/bin/pkexec, and root so that nobody is asked";
   }
-  ::setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere/bus", 1);
   const ScriptOutcome outcome =
       scriptFor("id -u", "with administrator privileges").execute();
-  ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
-  ASSERT_TRUE(outcome.error);
+  if (outcome.result) {
+    EXPECT_EQ(outcome.result->stringValue(), "0");
+    return;
+  }
   EXPECT_EQ(outcome.error->at("NSAppleScriptErrorNumber"),
             ScriptValue(kScriptNotAuthorized));
   const auto& message =

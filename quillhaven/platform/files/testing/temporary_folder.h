@@ -31,13 +31,22 @@ class TemporaryFolder {
     return name.empty() ? path_ : path_ + "/" + std::string(name);
   }
 
-  // Writes a file, making the folders on its way; returns its path.
+  // These make a file, a symbolic link or a copy, and the folders on the way;
+  // each returns the path.
   std::string write(std::string_view name, std::string_view bytes) const {
-    std::string file = path(name);
-    std::filesystem::create_directories(
-        std::filesystem::path(file).parent_path());
+    std::string file = pathWithFolders(name);
     std::ofstream(file, std::ios::binary) << bytes;
     return file;
+  }
+  std::string link(std::string_view name, const std::string& target) const {
+    std::string link = pathWithFolders(name);
+    std::filesystem::create_symlink(target, link);
+    return link;
+  }
+  std::string copy(std::string_view name, const std::string& file) const {
+    std::string copy = pathWithFolders(name);
+    std::filesystem::copy_file(file, copy);
+    return copy;
   }
 
   // The bytes of the file `name`; empty if there is none.
@@ -47,6 +56,13 @@ class TemporaryFolder {
   }
 
  private:
+  [[nodiscard]] std::string pathWithFolders(std::string_view name) const {
+    std::string inside = path(name);
+    std::filesystem::create_directories(
+        std::filesystem::path(inside).parent_path());
+    return inside;
+  }
+
   std::string path_;
 };
 

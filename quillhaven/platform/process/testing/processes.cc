@@ -10,7 +10,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <utility>
 
@@ -129,47 +128,6 @@ void Child::end() {
   ::kill(pid_, SIGKILL);
   ::waitpid(pid_, nullptr, 0);
   pid_ = -1;
-}
-
-TemporaryFolder::TemporaryFolder() {
-  path_ = fs::temp_directory_path() / "quillhaven-XXXXXX";
-  require(::mkdtemp(path_.data()) != nullptr);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  fs::remove_all(path_, ignored);
-}
-
-std::string TemporaryFolder::path(std::string_view name) const {
-  return name.empty() ? path_ : path_ + "/" + std::string(name);
-}
-
-std::string TemporaryFolder::pathWithFolders(std::string_view name) const {
-  std::string inside = path(name);
-  fs::create_directories(fs::path(inside).parent_path());
-  return inside;
-}
-
-std::string TemporaryFolder::write(std::string_view name,
-                                   std::string_view bytes) const {
-  std::string file = pathWithFolders(name);
-  std::ofstream(file, std::ios::binary) << bytes;
-  return file;
-}
-
-std::string TemporaryFolder::link(std::string_view name,
-                                  const std::string& target) const {
-  std::string link = pathWithFolders(name);
-  fs::create_symlink(target, link);
-  return link;
-}
-
-std::string TemporaryFolder::copy(std::string_view name,
-                                  const std::string& file) const {
-  std::string copy = pathWithFolders(name);
-  fs::copy_file(file, copy);
-  return copy;
 }
 
 }  // namespace quillhaven::platform::testing

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "quillhaven/platform/base/unique_fd.h"
+#include "quillhaven/platform/files/testing/temporary_folder.h"
 
 namespace quillhaven::platform::testing {
 
@@ -50,27 +51,6 @@ class Child {
   std::int32_t pid_;
   UniqueFd input_;
   UniqueFd output_;
-};
-
-// A folder that vanishes with what it holds.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder();
-
-  // The path of `name` inside.
-  [[nodiscard]] std::string path(std::string_view name = {}) const;
-  // These make the folders on the way; each returns the path.
-  std::string write(std::string_view name, std::string_view bytes) const;
-  std::string link(std::string_view name, const std::string& target) const;
-  std::string copy(std::string_view name, const std::string& file) const;
-
- private:
-  [[nodiscard]] std::string pathWithFolders(std::string_view name) const;
-
-  std::string path_;
 };
 
 }  // namespace quillhaven::platform::testing

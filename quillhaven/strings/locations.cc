@@ -2,10 +2,12 @@
 
 #include "quillhaven/identity/product_configuration.h"
 #include "quillhaven/platform/base/ascii.h"
+#include "quillhaven/platform/base/file_url.h"
+#include "quillhaven/platform/files/extended_attributes.h"
+#include "quillhaven/platform/files/folders.h"
 #include "quillhaven/platform/text/regular_expression.h"
 #include "quillhaven/platform/url/percent_encoding.h"
 #include "quillhaven/platform/url/url_components.h"
-#include "quillhaven/strings/internal/home_folder.h"
 
 namespace quillhaven::strings {
 namespace {
@@ -65,7 +67,17 @@ bool isInTrash(std::string_view url) {
   const auto components = platform::urlComponents(url);
   if (!components) return false;
   const auto path = platform::percentDecoded(components->path);
-  return path && path->starts_with(internal::homeFolder() + "/.Trash");
+  if (!path) return false;
+  std::string home = platform::homeFolder();
+  if (home == "/") home.clear();
+  return path->starts_with(home + "/.Trash");
+}
+
+std::int32_t dequarantine(std::string_view url) {
+  const auto path = platform::pathFromFileURL(url);
+  if (!path) return 0;
+  return platform::removeExtendedAttribute(*path,
+                                           platform::kQuarantineAttribute);
 }
 
 std::optional<std::string> messageURL(std::optional<std::string_view> ID) {

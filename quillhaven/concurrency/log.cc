@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "quillhaven/concurrency/internal/log_subsystem.h"
+#include "quillhaven/identity/bundle_info.h"
 
 namespace quillhaven::concurrency {
 namespace internal {
@@ -15,11 +16,21 @@ platform::Logger logOfBundle(const std::optional<std::string>& identifier) {
 
 }  // namespace internal
 
+namespace {
+
+std::optional<std::string> currentBundleIdentifier() {
+  const auto identifier = identity::currentBundle().bundleIdentifier();
+  if (!identifier) return std::nullopt;
+  return std::string(*identifier);
+}
+
+}  // namespace
+
 const platform::Logger& Log() {
   // Still there for what is logged while the process ends.
   static const platform::Logger& logger =
       *std::make_unique<const platform::Logger>(
-           internal::logOfBundle(internal::currentBundleIdentifier()))
+           internal::logOfBundle(currentBundleIdentifier()))
            .release();
   return logger;
 }

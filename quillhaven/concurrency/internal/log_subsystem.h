@@ -9,10 +9,6 @@
 
 namespace quillhaven::concurrency::internal {
 
-// Returns the identifier of the current bundle, or nothing when it has none.
-// The one place to connect with the bundles of identity/.
-[[nodiscard]] std::optional<std::string> currentBundleIdentifier();
-
 // Returns the logger of a component whose bundle has this identifier.
 [[nodiscard]] platform::Logger logOfBundle(
     const std::optional<std::string>& identifier);

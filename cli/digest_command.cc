@@ -11,9 +11,9 @@
 #include <string_view>
 
 #include "cli/output.h"
-#include "cli/unique_fd.h"
 #include "cli/whole_input.h"
 #include "quillhaven/platform/base/ascii.h"
+#include "quillhaven/platform/base/unique_fd.h"
 #include "quillhaven/strings/digest_stream.h"
 #include "quillhaven/strings/encodings.h"
 
@@ -51,7 +51,7 @@ std::optional<std::string> bytesFromHex(std::string_view digits) {
 
 // Feeds all of `input` to `stream`, a piece at a time, or says why it cannot.
 bool appendInput(const Input& input, DigestStream& stream) {
-  UniqueFd file;
+  platform::UniqueFd file;
   int fd = STDIN_FILENO;
   if (input.kind == Input::Kind::kFile) {
     fd = ::open(input.path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);

@@ -56,18 +56,26 @@ function(quillhaven_library name)
 endfunction()
 
 # quillhaven_test(mail_test SRCS a_test.cc DEPS Quillhaven::mail) adds one test
-# program; each of its GoogleTest cases becomes a ctest case.
+# program. With THREADS it is one of those that the target thread_tests builds
+# and that scripts/test runs under ThreadSanitizer.
 function(quillhaven_test name)
   if(NOT QUILLHAVEN_BUILD_TESTS)
     return()
   endif()
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SRCS;DEPS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "THREADS" "" "SRCS;DEPS")
   quillhaven_find_dependencies(${arg_DEPS})
   add_executable(${name} ${arg_SRCS})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
   target_link_libraries(${name} PRIVATE ${arg_DEPS} GTest::gtest_main)
   quillhaven_developer_options(${name})
   add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+  if(arg_THREADS)
+    if(NOT TARGET thread_tests)
+      add_custom_target(thread_tests)
+    endif()
+    add_dependencies(thread_tests ${name})
+    set_tests_properties(${name} PROPERTIES LABELS threads)
+  endif()
   if(QUILLHAVEN_SANITIZE MATCHES thread)
     set_tests_properties(${name} PROPERTIES ENVIRONMENT
       "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/thread-sanitizer.supp")

@@ -196,12 +196,14 @@ Table measureAll(int rounds, int count) {
 }  // namespace
 }  // namespace quillhaven::benchmarks
 
-// quillhaven_keychain [ROUNDS [CALLS]]
+// quillhaven_keychain [ROUNDS [CALLS [MARKDOWN]]]
 int main(int argc, char** argv) {
   using namespace quillhaven::benchmarks;
   const int rounds = argc > 1 ? std::atoi(argv[1]) : 9;
   const int count = argc > 2 ? std::atoi(argv[2]) : 50;
   if (rounds < 1 || count < 1) return 2;
-  std::cout << tableAsText(measureAll(rounds, count));
-  return 0;
+  const Table table = measureAll(rounds, count);
+  std::cout << tableAsText(table) << std::endl;
+  if (argc <= 3) return 0;
+  return writeFile(argv[3], tableAsMarkdown(table)) ? 0 : 1;
 }

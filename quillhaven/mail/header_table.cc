@@ -74,8 +74,9 @@ std::optional<HeaderTable::Values> HeaderTable::find(
 }
 
 void HeaderTable::append(std::string_view name, std::string_view value) {
-  const bool isNew = indexOf(name) == kNone;
-  add(isNew ? store(name) : name, isNew, value, false);
+  const std::uint32_t hash = hashOf(name);
+  const bool isNew = indexOf(name, hash) == kNone;
+  add(isNew ? store(name) : name, hash, isNew, value, false);
 }
 
 char* HeaderTable::takeAligned(std::size_t size) {
@@ -107,10 +108,15 @@ std::string_view HeaderTable::store(std::string_view text) {
   return {room, text.size()};
 }
 
-HeaderTable::Stored HeaderTable::add(std::string_view name, bool nameIsStored,
-                                     std::string_view value,
-                                     bool valueIsStored) {
+std::uint32_t HeaderTable::expect(std::string_view name) const {
   const std::uint32_t hash = hashOf(name);
+  if (!slots_.empty()) __builtin_prefetch(&slots_[hash & (slots_.size() - 1)]);
+  return hash;
+}
+
+HeaderTable::Stored HeaderTable::add(std::string_view name, std::uint32_t hash,
+                                     bool nameIsStored, std::string_view value,
+                                     bool valueIsStored) {
   const std::uint32_t known = indexOf(name, hash);
   const auto size = static_cast<std::uint32_t>(value.size());
   if (known == kNone) {

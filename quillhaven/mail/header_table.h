@@ -201,11 +201,14 @@ class HeaderTable {
     std::string_view name;
     std::string_view value;
   };
-  // Adds a value. With `nameIsStored`, the name was put into the room given out
-  // last, which is freed if the name is known; with `valueIsStored`, the table
-  // holds the value's text already.
-  Stored add(std::string_view name, bool nameIsStored, std::string_view value,
-             bool valueIsStored);
+  // Returns the hash of a name that will be added soon.
+  [[nodiscard]] std::uint32_t expect(std::string_view name) const;
+
+  // Adds a value under a name with that hash. With `nameIsStored`, the name was
+  // put into the room given out last, which is freed if the name is known; with
+  // `valueIsStored`, the table holds the value's text already.
+  Stored add(std::string_view name, std::uint32_t hash, bool nameIsStored,
+             std::string_view value, bool valueIsStored);
 
   // Returns the number of the field called `name`, or kNone.
   [[nodiscard]] std::uint32_t indexOf(std::string_view name) const;

@@ -416,8 +416,7 @@ std::size_t HeaderBlockReader::read(std::string_view text, std::size_t at,
 }
 
 void HeaderBlockReader::readField(const HeaderLine& line) {
-  name_ = line.name;
-  nameIsStored_ = false;
+  storeName(line.name);
   if (line.hasValue) value_.set(line);
 }
 
@@ -431,22 +430,24 @@ void HeaderBlockReader::flush() {
   } else if (isCarried) {
     carryingLeft_ -= value.size();
   }
-  const bool nameIsNew = !nameIsStored_;
-  if (nameIsNew) storeName();
-  const auto stored =
-      table_.add(name_, nameIsNew, value, isCarried || value.empty());
+  const auto stored = table_.add(name_, nameHash_, nameIsNew_, value,
+                                 isCarried || value.empty());
   name_ = stored.name;
+  nameIsNew_ = false;
   if (value_.exists() && !isCarried) value_.moveTo(stored.value);
 }
 
-// Puts the name into the table's room, in lower case.
-void HeaderBlockReader::storeName() {
-  nameIsStored_ = true;
-  char* const room = table_.take(name_.size() + kVectorSize);
-  const bool isASCII = lowerASCII(name_, textEnd_, room);
-  table_.giveBack(kVectorSize + (isASCII ? 0 : name_.size()));
-  name_ = isASCII ? std::string_view(room, name_.size())
-                  : table_.store(platform::lowercased(name_));
+// Puts the name of a field into the table's room, in lower case. The place
+// where the table will look for it comes into the cache while the next line is
+// read.
+void HeaderBlockReader::storeName(std::string_view name) {
+  char* const room = table_.take(name.size() + kVectorSize);
+  const bool isASCII = lowerASCII(name, textEnd_, room);
+  table_.giveBack(kVectorSize + (isASCII ? 0 : name.size()));
+  name_ = isASCII ? std::string_view(room, name.size())
+                  : table_.store(platform::lowercased(name));
+  nameIsNew_ = true;
+  nameHash_ = table_.expect(name_);
 }
 
 PartHeader readPartHeader(std::string_view block, std::size_t at,

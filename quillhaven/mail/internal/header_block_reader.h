@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -123,12 +124,13 @@ class HeaderBlockReader {
                       std::max(text.size(), kLeastCarriedBytes)) {}
   void readField(const HeaderLine& line);
   void flush();
-  void storeName();
+  void storeName(std::string_view name);
 
   HeaderTable& table_;
   const char* textEnd_;
-  std::string_view name_;
-  bool nameIsStored_ = false;  // and in lower case
+  std::string_view name_;       // in the table's room, in lower case
+  std::uint32_t nameHash_ = 0;  // of the field line read last
+  bool nameIsNew_ = false;      // nothing is filed under it since
   PendingValue value_;
   std::size_t carryingLeft_;
 };

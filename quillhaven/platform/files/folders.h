@@ -1,4 +1,4 @@
-// The folders that the XDG Base Directory Specification gives a user.
+// The base directories that freedesktop.org (XDG) gives a user.
 #ifndef QUILLHAVEN_PLATFORM_FILES_FOLDERS_H_
 #define QUILLHAVEN_PLATFORM_FILES_FOLDERS_H_
 

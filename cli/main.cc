@@ -125,7 +125,8 @@ std::vector<std::string> argumentsFrom(int argc, char** argv) {
 
 int run(int argc, char** argv) {
   CLI::App app(
-      "Reads stored e-mail messages and converts between HTML and plain text.",
+      "Reads stored e-mail messages, converts mail texts, finds and marks "
+      "links, keeps\npasswords, and inspects and runs programs.",
       "quillhaven");
   app.set_version_flag("--version", "quillhaven " QUILLHAVEN_VERSION);
   app.require_subcommand(1);

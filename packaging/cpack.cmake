@@ -28,14 +28,15 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
 "command that parses stored e-mail messages
 Prints stored messages as text or JSON, converts between HTML and plain text,
-and makes the operations of the library available to scripts and to programs in
+finds and marks tracking links, keeps passwords, inspects and runs programs, and
+makes the operations of the library available to scripts and to programs in
 other languages.")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME "quillhaven")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION "mail")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
 
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
-"library that parses stored e-mail messages (development files)
+"utility library of a mail-productivity product (development files)
 C++20 headers and static libraries, with the files for CMake's find_package and
 for pkg-config.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME "libquillhaven-utilities-dev")

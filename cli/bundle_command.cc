@@ -1,7 +1,6 @@
 // `quillhaven bundle`: shows what the library knows of a bundle.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "cli/command.h"
 #include "cli/identity_commands.h"
 #include "cli/json_writer.h"
 #include "cli/output.h"
@@ -131,22 +131,21 @@ int showBundle(const std::string& path, bool isJson) {
 
 }  // namespace
 
-void addBundleCommand(CLI::App& app, Work& work) {
+void addBundleCommand(CommandLine& line) {
   struct Options {
     std::string path;
     bool isJson = false;
   };
-  CLI::App* const command = app.add_subcommand(
+  Command command = line.addCommand(
       "bundle",
       "Show what is known of a bundle: component, versions, channel, the "
       "systems it\nsupports.");
   const auto options = std::make_shared<Options>();
-  command->add_option("PATH", options->path, "folder of the bundle")
-      ->required()
-      ->type_name("");
-  command->add_flag("--json", options->isJson,
-                    "one JSON object instead of a property a line");
-  command->footer(
+  command.argument("PATH", options->path, "folder of the bundle").required();
+  command.flag("--json", options->isJson,
+               "one JSON object instead of a property a line");
+  command.takesPaths();
+  command.footer(
       std::string(
           "A property without a value has no line; it is null in JSON. A "
           "folder "
@@ -157,9 +156,8 @@ void addBundleCommand(CLI::App& app, Work& work) {
           "QUILLHAVEN_OS_VERSION=14.5 quillhaven bundle --json "
           "/Applications/Mail.app\n\n") +
       kExitStatusHelp);
-  command->callback([&work, options] {
-    work = [options] { return showBundle(options->path, options->isJson); };
-  });
+  command.does(
+      [options] { return showBundle(options->path, options->isJson); });
 }
 
 }  // namespace quillhaven::cli

@@ -3,13 +3,8 @@
 #ifndef QUILLHAVEN_CLI_COMMAND_H_
 #define QUILLHAVEN_CLI_COMMAND_H_
 
-#include <functional>
 #include <stdexcept>
 #include <string>
-
-namespace CLI {  // NOLINT(readability-identifier-naming): its own name
-class App;
-}
 
 namespace quillhaven::cli {
 
@@ -20,13 +15,6 @@ inline constexpr int kWrongUsage = 2;
 // The last lines of the help of a command without statuses of its own.
 inline constexpr const char kExitStatusHelp[] =
     "Exit status: 0 done, 1 the work failed, 2 wrong usage.";
-
-// The work that a command line asks for; returns the exit status.
-using Work = std::function<int()>;
-
-// Adds one command to `app`. When the command line names it, reading the line
-// leaves its work in `work`. Both outlive the reading.
-using AddCommand = void (*)(CLI::App& app, Work& work);
 
 // A broken rule of the library, thrown instead of stopping the process once
 // throwFatalErrors() was called.

@@ -1,7 +1,6 @@
 // `quillhaven defaults`: reads and changes user defaults.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cstring>
 #include <iterator>
 #include <memory>
@@ -11,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/command.h"
 #include "cli/identity_commands.h"
 #include "cli/output.h"
 #include "cli/property_list_json.h"
@@ -104,55 +104,48 @@ int runDefaults(const DefaultsOptions& options) {
 // What an action needs and does not take.
 void requireArguments(const DefaultsOptions& options) {
   const bool isWrite = options.action == "write";
-  if (!options.key && options.action != "read") throw CLI::RequiredError("KEY");
-  if (!options.value && isWrite) throw CLI::RequiredError("VALUE");
+  if (!options.key && options.action != "read") {
+    throw UsageError("KEY is required");
+  }
+  if (!options.value && isWrite) throw UsageError("VALUE is required");
   if (options.value && !isWrite) {
-    throw CLI::ExtrasError("defaults", {*options.value});
+    throw UsageError("The following argument was not expected: " +
+                     *options.value);
   }
 }
 
 }  // namespace
 
-void addDefaultsCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addDefaultsCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "defaults", "Read and change user defaults, one property list a suite.");
   const auto options = std::make_shared<DefaultsOptions>();
+  command.option("--suite", "NAME", options->suite,
+                 "the suite, such as com.quillhaven.mailplugin; default: the "
+                 "standard defaults\nof this program");
   command
-      ->add_option("--suite", options->suite,
-                   "the suite, such as com.quillhaven.mailplugin; default: the "
-                   "standard defaults\nof this program")
-      ->type_name("NAME");
-  command
-      ->add_option("--type", options->type,
-                   "how write reads VALUE: string (the default), bool, int, "
-                   "real, data (Base64),\ndate (2026-11-21T08:30:00Z) or json")
-      ->type_name("TYPE")
-      ->check(
-          CLI::IsMember(std::vector<std::string>(std::begin(kPropertyListTypes),
-                                                 std::end(kPropertyListTypes)))
-              .description(""));
-  command->add_flag("--json", options->isJson, "read prints JSON");
-  command->add_option("ACTION", options->action, "read, write or delete")
-      ->required()
-      ->type_name("")
-      ->check(CLI::IsMember({"read", "write", "delete"}).description(""));
-  command
-      ->add_option("KEY", options->key,
-                   "the value's name; read without it shows all values as JSON")
-      ->type_name("");
-  command->add_option("VALUE", options->value, "what write stores")
-      ->type_name("");
-  command->footer(
+      .option("--type", "TYPE", options->type,
+              "how write reads VALUE: string (the default), bool, int, "
+              "real, data (Base64),\ndate (2026-11-21T08:30:00Z) or json")
+      .oneOf(std::vector<std::string>(std::begin(kPropertyListTypes),
+                                      std::end(kPropertyListTypes)));
+  command.flag("--json", options->isJson, "read prints JSON");
+  command.argument("ACTION", options->action, "read, write or delete")
+      .required()
+      .oneOf({"read", "write", "delete"});
+  command.argument(
+      "KEY", options->key,
+      "the value's name; read without it shows all values as JSON");
+  command.argument("VALUE", options->value, "what write stores");
+  command.footer(
       "read prints text, data and dates as they are and lists as JSON. A VALUE "
       "that starts\nwith - stands behind --.\n\nExamples:\n  quillhaven "
       "defaults --suite com.quillhaven.mailplugin write --type bool Seen "
       "true\n  quillhaven defaults --suite com.quillhaven.mailplugin read "
       "Seen\n\nExit status: 0 done, 1 there is no such value, or the defaults "
       "cannot be read or\nwritten, 2 wrong usage.");
-  command->callback([&work, options] {
-    requireArguments(*options);
-    work = [options] { return runDefaults(*options); };
-  });
+  command.does([options] { return runDefaults(*options); },
+               [options] { requireArguments(*options); });
 }
 
 }  // namespace quillhaven::cli

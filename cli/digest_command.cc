@@ -3,13 +3,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "cli/command.h"
 #include "cli/output.h"
 #include "cli/whole_input.h"
 #include "quillhaven/platform/base/ascii.h"
@@ -89,28 +89,24 @@ int digest(const DigestOptions& options) {
 
 }  // namespace
 
-void addDigestCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addDigestCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "digest", "Print the digest or HMAC of a file as hexadecimal digits.");
   const auto options = std::make_shared<DigestOptions>();
-  command->add_option("ALGORITHM", options->algorithm, "md5, sha1 or sha256")
-      ->required()
-      ->type_name("")
-      ->check(CLI::IsMember({"md5", "sha1", "sha256"}).description(""));
-  command
-      ->add_option("--hmac-key", options->key,
-                   "print the HMAC with this key; other users can see the "
-                   "arguments of a program")
-      ->type_name("HEX");
-  addFileArgument(*command, options->file, "what to digest, of any size");
-  command->footer(
+  command.argument("ALGORITHM", options->algorithm, "md5, sha1 or sha256")
+      .required()
+      .oneOf({"md5", "sha1", "sha256"});
+  command.option("--hmac-key", "HEX", options->key,
+                 "print the HMAC with this key; other users can see the "
+                 "arguments of a program");
+  addFileArgument(command, options->file, "what to digest, of any size");
+  command.footer(
       std::string("Examples:\n"
                   "  quillhaven digest sha256 message.eml\n"
                   "  printf 'what do ya want for nothing?' |\n"
                   "      quillhaven digest md5 --hmac-key 4a656665\n\n") +
       "Exit status: 0 done, 1 the file cannot be read, 2 wrong usage.");
-  command->callback(
-      [&work, options] { work = [options] { return digest(*options); }; });
+  command.does([options] { return digest(*options); });
 }
 
 }  // namespace quillhaven::cli

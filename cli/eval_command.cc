@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -13,6 +12,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "cli/command.h"
 #include "cli/eval_line.h"
 #include "cli/eval_operation.h"
 #include "cli/input_sources.h"
@@ -27,15 +27,9 @@ constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
 
 // Adding a family of operations takes one line here.
 constexpr std::span<const EvalOperation> (*kFamilies[])() = {
-    mailOperations,
-    htmlOperations,
-    errorOperations,
-    stringOperations,
-    digestOperations,
-    linkOperations,
-    concurrencyOperations,
-    identityOperations,
-    processOperations,
+    mailOperations,        htmlOperations,     errorOperations,
+    stringOperations,      digestOperations,   linkOperations,
+    concurrencyOperations, identityOperations, processOperations,
     scriptOperations,
 };
 
@@ -167,12 +161,12 @@ int evalLines(int input, Output& output) {
   }
 }
 
-void addEvalCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addEvalCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "eval",
       "Answer one JSON object a line from standard input with one on standard "
       "output, in order.");
-  command->footer(
+  command.footer(
       std::string(
           "A line names an operation and its arguments, byte arguments in "
           "Base64. The answer\nholds \"result\" or \"error\", and the \"id\" "
@@ -185,13 +179,11 @@ void addEvalCommand(CLI::App& app, Work& work) {
           "  {\"result\":\"Hi\",\"id\":1}\n\n") +
       "Exit status: 0 done, errors in answers included, 1 reading or writing "
       "failed,\n2 wrong usage.");
-  command->callback([&work] {
-    work = [] {
-      throwFatalErrors();
-      Output output(STDOUT_FILENO);
-      const Interruption interruption([&output] { output.close(); });
-      return evalLines(STDIN_FILENO, output);
-    };
+  command.does([] {
+    throwFatalErrors();
+    Output output(STDOUT_FILENO);
+    const Interruption interruption([&output] { output.close(); });
+    return evalLines(STDIN_FILENO, output);
   });
 }
 

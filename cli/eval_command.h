@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "cli/command.h"
+#include "cli/command_line.h"
 #include "cli/output.h"
 
 namespace quillhaven::cli {
@@ -22,7 +22,7 @@ inline constexpr int kMaximumEvalDepth = 512;
 // read waits. Returns the exit status.
 [[nodiscard]] int evalLines(int input, Output& output);
 
-void addEvalCommand(CLI::App& app, Work& work);
+void addEvalCommand(CommandLine& line);
 
 }  // namespace quillhaven::cli
 

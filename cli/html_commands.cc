@@ -1,10 +1,10 @@
 #include "cli/html_commands.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "cli/command.h"
 #include "cli/output.h"
 #include "cli/whole_input.h"
 #include "quillhaven/html/html_data.h"
@@ -51,49 +51,44 @@ int textToHTML(const ConversionOptions& options) {
 
 }  // namespace
 
-void addHTMLToTextCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addHTMLToTextCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "html-to-text",
       "Convert an HTML document to readable plain text, with list markers and "
       "line breaks.");
   const auto options = std::make_shared<ConversionOptions>();
-  command
-      ->add_option("--charset", options->charset,
-                   "IANA charset name of the document; default: UTF-8")
-      ->type_name("NAME");
-  addFileArgument(*command, options->file, "what to convert");
-  command->footer(
+  command.option("--charset", "NAME", options->charset,
+                 "IANA charset name of the document; default: UTF-8");
+  addFileArgument(command, options->file, "what to convert");
+  command.footer(
       std::string("Examples:\n"
                   "  quillhaven html-to-text page.html\n"
                   "  quillhaven html-to-text --charset iso-8859-1 < page.html"
                   "\n\n") +
       "Exit status: 0 done, 1 the document cannot be read or converted, 2 "
       "wrong usage.");
-  command->callback(
-      [&work, options] { work = [options] { return htmlToText(*options); }; });
+  command.does([options] { return htmlToText(*options); });
 }
 
-void addTextToHTMLCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addTextToHTMLCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "text-to-html",
       "Convert plain text in UTF-8 to HTML paragraphs; text that is one HTML "
       "element stays as it is.");
   const auto options = std::make_shared<ConversionOptions>();
   command
-      ->add_option("--paragraph-tag", options->paragraphTag,
-                   "what a paragraph is put into: div (the default) or p")
-      ->type_name("TAG")
-      ->check(CLI::IsMember({"div", "p"}).description(""));
-  addFileArgument(*command, options->file, "what to convert");
-  command->footer(
+      .option("--paragraph-tag", "TAG", options->paragraphTag,
+              "what a paragraph is put into: div (the default) or p")
+      .oneOf({"div", "p"});
+  addFileArgument(command, options->file, "what to convert");
+  command.footer(
       std::string("Examples:\n"
                   "  quillhaven text-to-html letter.txt\n"
                   "  printf 'Hello\\n\\nWorld' | quillhaven text-to-html "
                   "--paragraph-tag p\n\n") +
       "Exit status: 0 done, 1 the text cannot be read or is not UTF-8, 2 wrong "
       "usage.");
-  command->callback(
-      [&work, options] { work = [options] { return textToHTML(*options); }; });
+  command.does([options] { return textToHTML(*options); });
 }
 
 }  // namespace quillhaven::cli

@@ -2,12 +2,12 @@
 #ifndef QUILLHAVEN_CLI_HTML_COMMANDS_H_
 #define QUILLHAVEN_CLI_HTML_COMMANDS_H_
 
-#include "cli/command.h"
+#include "cli/command_line.h"
 
 namespace quillhaven::cli {
 
-void addHTMLToTextCommand(CLI::App& app, Work& work);
-void addTextToHTMLCommand(CLI::App& app, Work& work);
+void addHTMLToTextCommand(CommandLine& line);
+void addTextToHTMLCommand(CommandLine& line);
 
 }  // namespace quillhaven::cli
 

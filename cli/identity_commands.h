@@ -2,13 +2,13 @@
 #ifndef QUILLHAVEN_CLI_IDENTITY_COMMANDS_H_
 #define QUILLHAVEN_CLI_IDENTITY_COMMANDS_H_
 
-#include "cli/command.h"
+#include "cli/command_line.h"
 
 namespace quillhaven::cli {
 
-void addBundleCommand(CLI::App& app, Work& work);
-void addPageCommand(CLI::App& app, Work& work);
-void addDefaultsCommand(CLI::App& app, Work& work);
+void addBundleCommand(CommandLine& line);
+void addPageCommand(CommandLine& line);
+void addDefaultsCommand(CommandLine& line);
 
 }  // namespace quillhaven::cli
 

@@ -2,13 +2,13 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "cli/command.h"
 #include "cli/output.h"
 #include "cli/secret_input.h"
 #include "quillhaven/identity/keychain.h"
@@ -23,6 +23,7 @@ using platform::SecretBytes;
 
 struct KeychainOptions {
   bool isWhich = false;
+  bool hasExtras = false;
   std::string operation;
   std::optional<std::string> service;
   std::optional<std::string> account;
@@ -107,9 +108,9 @@ std::string reasonOf(const KeychainError& error) {
   return error.description();
 }
 
-int keychain(const KeychainOptions& options, bool hasExtras) {
+int keychain(const KeychainOptions& options) {
   // Whatever it is, it may be a password: it is not shown.
-  if (hasExtras) {
+  if (options.hasExtras) {
     return wrongUsage(
         "unexpected argument; a password is read from standard input");
   }
@@ -135,39 +136,33 @@ int keychain(const KeychainOptions& options, bool hasExtras) {
   }
 }
 
-void addOptions(CLI::App& command, KeychainOptions& options) {
+void addOptions(Command& command, KeychainOptions& options) {
   command
-      .add_option("OPERATION", options.operation,
-                  "save, update, get, exists, remove, reset or lock-unlock")
-      ->type_name("")
-      ->check(CLI::IsMember({"save", "update", "get", "exists", "remove",
-                             "reset", "lock-unlock"})
-                  .description(""));
-  command
-      .add_option("--service", options.service,
-                  "the service that the passwords belong to")
-      ->type_name("S");
-  command
-      .add_option("--account", options.account,
-                  "the account; default: the name of the service")
-      ->type_name("A");
-  command.add_flag("--synchronizable", options.isSynchronizable,
-                   "the synchronizable password instead of the local one");
-  command.add_flag("--which", options.isWhich,
-                   "name the store that passwords are kept in");
+      .argument("OPERATION", options.operation,
+                "save, update, get, exists, remove, reset or lock-unlock")
+      .oneOf({"save", "update", "get", "exists", "remove", "reset",
+              "lock-unlock"});
+  command.option("--service", "S", options.service,
+                 "the service that the passwords belong to");
+  command.option("--account", "A", options.account,
+                 "the account; default: the name of the service");
+  command.flag("--synchronizable", options.isSynchronizable,
+               "the synchronizable password instead of the local one");
+  command.flag("--which", options.isWhich,
+               "name the store that passwords are kept in");
 }
 
 }  // namespace
 
-void addKeychainCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addKeychainCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "keychain",
       "Keep passwords in the user's keychain: the desktop's keychain service, "
       "or a sealed file where there is none.");
   const auto options = std::make_shared<KeychainOptions>();
-  addOptions(*command, *options);
-  command->allow_extras();
-  command->footer(
+  addOptions(command, *options);
+  command.takesExtras(options->hasExtras);
+  command.footer(
       "save adds a password, update replaces one; both read it from standard "
       "input, all of\nit but a final line break. get prints it. exists prints "
       "true or false; a local\npassword is never said to exist. reset deletes "
@@ -181,10 +176,7 @@ void addKeychainCommand(CLI::App& app, Work& work) {
       "sealed-file.\n\n"
       "Exit status: 0 done, 1 the work failed or the answer is no, 2 wrong "
       "usage.");
-  command->callback([&work, options, command] {
-    const bool hasExtras = command->remaining_size() > 0;
-    work = [options, hasExtras] { return keychain(*options, hasExtras); };
-  });
+  command.does([options] { return keychain(*options); });
 }
 
 }  // namespace quillhaven::cli

@@ -1,7 +1,6 @@
 // `quillhaven page`: addresses of the product's help pages.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <charconv>
 #include <memory>
 #include <optional>
@@ -9,6 +8,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "cli/command.h"
 #include "cli/identity_commands.h"
 #include "cli/output.h"
 #include "quillhaven/identity/website.h"
@@ -65,33 +65,31 @@ int showPage(const PageOptions& options) {
 
 }  // namespace
 
-void addPageCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addPageCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "page", "Print the address of one of the product's help pages.");
   const auto options = std::make_shared<PageOptions>();
-  auto* const name =
-      command->add_option("NAME", options->name, "the page's name or number")
-          ->type_name("");
-  auto* const list = command->add_flag(
+  Option name =
+      command.argument("NAME", options->name, "the page's name or number");
+  Option list = command.flag(
       "--list", options->isList,
       "all pages instead: number, name and address, with tabs between them");
   command
-      ->add_flag("--open", options->isOpen,
-                 "also open the page in the user's browser, with xdg-open")
-      ->excludes(list);
-  name->excludes(list);
-  command->footer(
+      .flag("--open", options->isOpen,
+            "also open the page in the user's browser, with xdg-open")
+      .excludes(list);
+  name.excludes(list);
+  command.footer(
       std::string("Example:\n  quillhaven page uninstall\n\n") +
       "Exit status: 0 done, 1 nothing opens the page, 2 wrong usage, a page "
       "that does\nnot exist included.");
-  command->callback([&work, options] {
-    if (!options->isList && options->name.empty()) {
-      throw CLI::RequiredError("NAME");
-    }
-    work = [options] {
-      return options->isList ? listPages() : showPage(*options);
-    };
-  });
+  command.does(
+      [options] { return options->isList ? listPages() : showPage(*options); },
+      [options] {
+        if (!options->isList && options->name.empty()) {
+          throw UsageError("NAME is required");
+        }
+      });
 }
 
 }  // namespace quillhaven::cli

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <chrono>
@@ -14,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/command.h"
 #include "cli/input_sources.h"
 #include "cli/interruption.h"
 #include "cli/message_output.h"
@@ -174,43 +174,36 @@ int parse(const ParseOptions& options) {
 
 }  // namespace
 
-void addParseCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addParseCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "parse",
       "Parse stored e-mail messages and show their subject, addresses and "
       "bodies.");
   const auto options = std::make_shared<ParseOptions>();
   command
-      ->add_option("--format", options->format,
-                   "text for reading (the default), json for an indented "
-                   "object a message, ndjson for one object a line")
-      ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json", "ndjson"}).description(""));
+      .option("--format", "FORMAT", options->format,
+              "text for reading (the default), json for an indented "
+              "object a message, ndjson for one object a line")
+      .oneOf({"text", "json", "ndjson"});
   command
-      ->add_option("--jobs", options->jobs,
-                   "messages parsed at the same time; default: one for each "
-                   "processor")
-      ->type_name("N")
-      ->check(CLI::Validator(
-          [](const std::string& text) {
-            return positiveNumber(text)
-                       ? std::string()
-                       : "\"" + text + "\" is not a number of 1 or more";
-          },
-          ""));
-  command
-      ->add_option("--from-file", options->list,
-                   "also parse the paths in LIST, one a line; - is standard "
-                   "input")
-      ->type_name("LIST");
-  command->add_flag("-0", options->listEndsInNUL,
-                    "the paths in LIST end in NUL characters");
-  command
-      ->add_option("FILE", options->files,
+      .option("--jobs", "N", options->jobs,
+              "messages parsed at the same time; default: one for each "
+              "processor")
+      .refuses([](const std::string& text) {
+        return positiveNumber(text)
+                   ? std::string()
+                   : "\"" + text + "\" is not a number of 1 or more";
+      });
+  command.option("--from-file", "LIST", options->list,
+                 "also parse the paths in LIST, one a line; - is standard "
+                 "input");
+  command.flag("-0", options->listEndsInNUL,
+               "the paths in LIST end in NUL characters");
+  command.argument("FILE", options->files,
                    "messages, folders to walk (hidden files are left out), or "
-                   "- for standard input")
-      ->type_name("");
-  command->footer(
+                   "- for standard input");
+  command.takesPaths();
+  command.footer(
       std::string("Examples:\n"
                   "  quillhaven parse message.eml\n"
                   "  quillhaven parse --format ndjson Mail/ | jq .subject\n"
@@ -221,13 +214,11 @@ void addParseCommand(CLI::App& app, Work& work) {
                   "is named on\nstandard error, and the rest goes on.\n\n") +
       "Exit status: 0 done, 1 at least one input is not a message, 2 wrong "
       "usage.");
-  command->callback([&work, options] {
-    const std::string fault = usageFault(*options);
-    if (!fault.empty()) {
-      throw CLI::ValidationError(fault, CLI::ExitCodes::ValidationError);
-    }
-    work = [options] { return parse(*options); };
-  });
+  command.does([options] { return parse(*options); },
+               [options] {
+                 const std::string fault = usageFault(*options);
+                 if (!fault.empty()) throw UsageError(fault);
+               });
 }
 
 }  // namespace quillhaven::cli

@@ -2,11 +2,11 @@
 #ifndef QUILLHAVEN_CLI_PARSE_COMMAND_H_
 #define QUILLHAVEN_CLI_PARSE_COMMAND_H_
 
-#include "cli/command.h"
+#include "cli/command_line.h"
 
 namespace quillhaven::cli {
 
-void addParseCommand(CLI::App& app, Work& work);
+void addParseCommand(CommandLine& line);
 
 }  // namespace quillhaven::cli
 

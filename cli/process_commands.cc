@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -11,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/command.h"
 #include "cli/json_writer.h"
 #include "cli/output.h"
 #include "quillhaven/platform/process/process_sockets.h"
@@ -179,29 +179,24 @@ int showPIDs(const ProcessOptions& options) {
 }
 
 // A command about the process that its argument PID names.
-CLI::App* addCommand(CLI::App& app, Work& work, const char* name,
-                     const char* description,
-                     int (*show)(const ProcessOptions&)) {
-  CLI::App* const command = app.add_subcommand(name, description);
+Command addCommand(CommandLine& line, const char* name, const char* description,
+                   int (*show)(const ProcessOptions&)) {
+  Command command = line.addCommand(name, description);
   const auto options = std::make_shared<ProcessOptions>();
-  command->add_option("PID", options->pid, "number of the process")
-      ->type_name("")
-      ->required();
-  command->add_flag("--json", options->isJSON, "show JSON");
-  command->callback([&work, options, show] {
-    work = [options, show] { return show(*options); };
-  });
+  command.argument("PID", options->pid, "number of the process").required();
+  command.flag("--json", options->isJSON, "show JSON");
+  command.does([options, show] { return show(*options); });
   return command;
 }
 
 }  // namespace
 
-void addSocketsCommand(CLI::App& app, Work& work) {
-  addCommand(app, work, "sockets",
+void addSocketsCommand(CommandLine& line) {
+  addCommand(line, "sockets",
              "List the TCP sockets of a process that use IPv4, one a line, by "
              "state.",
              showSockets)
-      ->footer(
+      .footer(
           "IPv6 sockets are left out, also where they serve IPv4. With --json: "
           "an object from\nthe number of a state to a list of its sockets.\n\n"
           "Examples:\n"
@@ -211,9 +206,9 @@ void addSocketsCommand(CLI::App& app, Work& work) {
           "process or it may\nnot be looked at, 2 wrong usage.");
 }
 
-void addParentCommand(CLI::App& app, Work& work) {
-  addCommand(app, work, "parent", "Show the parent of a process.", showParent)
-      ->footer(
+void addParentCommand(CommandLine& line) {
+  addCommand(line, "parent", "Show the parent of a process.", showParent)
+      .footer(
           "The first process has the parent 0.\n\n"
           "Example:\n"
           "  quillhaven parent $$\n\n"
@@ -221,12 +216,12 @@ void addParentCommand(CLI::App& app, Work& work) {
           "2 wrong usage.");
 }
 
-void addArgumentsCommand(CLI::App& app, Work& work) {
-  addCommand(app, work, "arguments",
+void addArgumentsCommand(CommandLine& line) {
+  addCommand(line, "arguments",
              "Show the arguments that a process was started with, one a line, "
              "its own name\nfirst.",
              showArguments)
-      ->footer(
+      .footer(
           "An argument may hold line breaks; --json keeps arguments apart.\n\n"
           "Examples:\n"
           "  quillhaven arguments 4711\n"
@@ -235,27 +230,21 @@ void addArgumentsCommand(CLI::App& app, Work& work) {
           "arguments (null with\n--json), 2 wrong usage.");
 }
 
-void addPIDsCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addPIDsCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "pids",
       "List the processes that were started from a path, a bundle or under a "
       "name, one\nnumber a line.");
   const auto options = std::make_shared<ProcessOptions>();
-  command
-      ->add_option("--path", options->path,
-                   "exactly this path, as the process was given it")
-      ->type_name("P");
-  command
-      ->add_option("--bundle", options->bundle,
-                   "a program of the bundle of this name, such as Mail.app")
-      ->type_name("B");
-  command
-      ->add_option("--name", options->name,
-                   "exactly this file name, in any "
-                   "folder")
-      ->type_name("N");
-  command->add_flag("--json", options->isJSON, "show a JSON list");
-  command->footer(
+  command.option("--path", "P", options->path,
+                 "exactly this path, as the process was given it");
+  command.option("--bundle", "B", options->bundle,
+                 "a program of the bundle of this name, such as Mail.app");
+  command.option("--name", "N", options->name,
+                 "exactly this file name, in any "
+                 "folder");
+  command.flag("--json", options->isJSON, "show a JSON list");
+  command.footer(
       "One of --path, --bundle and --name is needed. A value that begins with "
       "a "
       "dash is\nwritten --name=-bash.\n\n"
@@ -264,8 +253,7 @@ void addPIDsCommand(CLI::App& app, Work& work) {
       "  quillhaven pids --bundle Mail.app\n"
       "  quillhaven pids --name firefox\n\n"
       "Exit status: 0 done, also without any such process, 2 wrong usage.");
-  command->callback(
-      [&work, options] { work = [options] { return showPIDs(*options); }; });
+  command.does([options] { return showPIDs(*options); });
 }
 
 }  // namespace quillhaven::cli

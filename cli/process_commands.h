@@ -3,14 +3,14 @@
 #ifndef QUILLHAVEN_CLI_PROCESS_COMMANDS_H_
 #define QUILLHAVEN_CLI_PROCESS_COMMANDS_H_
 
-#include "cli/command.h"
+#include "cli/command_line.h"
 
 namespace quillhaven::cli {
 
-void addSocketsCommand(CLI::App& app, Work& work);
-void addParentCommand(CLI::App& app, Work& work);
-void addArgumentsCommand(CLI::App& app, Work& work);
-void addPIDsCommand(CLI::App& app, Work& work);
+void addSocketsCommand(CommandLine& line);
+void addParentCommand(CommandLine& line);
+void addArgumentsCommand(CommandLine& line);
+void addPIDsCommand(CommandLine& line);
 
 }  // namespace quillhaven::cli
 

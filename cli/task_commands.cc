@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -12,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/command.h"
 #include "cli/output.h"
 #include "cli/verbatim_arguments.h"
 #include "quillhaven/system/apple_script.h"
@@ -168,28 +168,22 @@ int runShell(const ShellOptions& options) {
   return finish(output, kDone);
 }
 
-void addWords(CLI::App& command, std::vector<std::string>& words,
-              const std::string& description) {
-  command.add_option("COMMAND", words, description)->type_name("");
-}
-
 }  // namespace
 
-void addRunCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addRunCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "run",
       "Run a program, collect what it writes and pass it on when it has "
       "ended.");
   const auto options = std::make_shared<RunOptions>();
   command
-      ->add_option("--blocking-mode", options->blockingMode,
-                   "how to wait: run-loop (the default) turns the main loop, "
-                   "dispatch-group\nsleeps while another thread does")
-      ->type_name("MODE")
-      ->check(CLI::IsMember({"run-loop", "dispatch-group"}).description(""));
-  addWords(*command, options->command,
-           "the program, looked up in PATH, and its arguments");
-  command->footer(
+      .option("--blocking-mode", "MODE", options->blockingMode,
+              "how to wait: run-loop (the default) turns the main loop, "
+              "dispatch-group\nsleeps while another thread does")
+      .oneOf({"run-loop", "dispatch-group"});
+  command.argument("COMMAND", options->command,
+                   "the program, looked up in PATH, and its arguments");
+  command.footer(
       "Both output streams reach ours whole and each in one piece, first "
       "standard output,\nthen standard error. A program that leaves a "
       "child with its streams is waited for\nuntil that closes them.\n\n"
@@ -198,28 +192,23 @@ void addRunCommand(CLI::App& app, Work& work) {
       "  quillhaven run --blocking-mode dispatch-group -- sh -c 'exit 3'\n\n"
       "Exit status: that of the program, 128 more than the number of the "
       "signal that\nended it, 1 it cannot be started, 2 wrong usage.");
-  command->callback(
-      [&work, options] { work = [options] { return runCommand(*options); }; });
+  command.does([options] { return runCommand(*options); });
 }
 
-void addShellCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addShellCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "shell",
       "Run a shell command as a script, with administrator rights if asked.");
   const auto options = std::make_shared<ShellOptions>();
-  command->add_flag("--administrator", options->isAdministrator,
-                    "run it as an administrator; the system asks the user");
-  command
-      ->add_option("--prompt", options->prompt,
-                   "what to tell the user first; needs --administrator")
-      ->type_name("TEXT");
-  command
-      ->add_option("--elevation-program", options->elevationProgram,
-                   "what asks and runs with those rights; default: "
-                   "/usr/bin/pkexec")
-      ->type_name("PATH");
-  addWords(*command, options->command, "the command, in one argument");
-  command->footer(
+  command.flag("--administrator", options->isAdministrator,
+               "run it as an administrator; the system asks the user");
+  command.option("--prompt", "TEXT", options->prompt,
+                 "what to tell the user first; needs --administrator");
+  command.option("--elevation-program", "PATH", options->elevationProgram,
+                 "what asks and runs with those rights; default: "
+                 "/usr/bin/pkexec");
+  command.argument("COMMAND", options->command, "the command, in one argument");
+  command.footer(
       "Prints what the command wrote to standard output. The shell splits "
       "the command into\nwords before it evaluates them, so line breaks and "
       "runs of blanks in it are single\nblanks: separate commands with "
@@ -230,8 +219,7 @@ void addShellCommand(CLI::App& app, Work& work) {
       "      'systemctl restart mail-relay'\n\n"
       "Exit status: 0 done, 1 the command failed (the number behind its "
       "message is its own\nstatus) or the user declined, 2 wrong usage.");
-  command->callback(
-      [&work, options] { work = [options] { return runShell(*options); }; });
+  command.does([options] { return runShell(*options); });
 }
 
 }  // namespace quillhaven::cli

@@ -2,12 +2,12 @@
 #ifndef QUILLHAVEN_CLI_TASK_COMMANDS_H_
 #define QUILLHAVEN_CLI_TASK_COMMANDS_H_
 
-#include "cli/command.h"
+#include "cli/command_line.h"
 
 namespace quillhaven::cli {
 
-void addRunCommand(CLI::App& app, Work& work);
-void addShellCommand(CLI::App& app, Work& work);
+void addRunCommand(CommandLine& line);
+void addShellCommand(CommandLine& line);
 
 }  // namespace quillhaven::cli
 

@@ -1,10 +1,10 @@
 #include "cli/track_command.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "cli/command.h"
 #include "cli/output.h"
 #include "cli/whole_input.h"
 #include "quillhaven/platform/url/uuid.h"
@@ -79,31 +79,25 @@ int track(const TrackOptions& options) {
 
 }  // namespace
 
-void addTrackCommand(CLI::App& app, Work& work) {
-  CLI::App* const command = app.add_subcommand(
+void addTrackCommand(CommandLine& line) {
+  Command command = line.addCommand(
       "track",
       "Find the product's tracking links in a text, usually HTML, or mark "
       "them.");
   const auto options = std::make_shared<TrackOptions>();
   command
-      ->add_option("ACTION", options->action,
-                   "notrack: opening the links counts as no hit; contact: they "
-                   "tell who received them; contains: print whether there are "
-                   "any")
-      ->required()
-      ->type_name("")
-      ->check(
-          CLI::IsMember({"notrack", "contact", "contains"}).description(""));
-  command
-      ->add_option("--user", options->user,
-                   "only links of this user; default: of any user")
-      ->type_name("UUID");
-  command
-      ->add_option("--contact", options->contact,
-                   "the receiver, for contact, which also needs --user")
-      ->type_name("UUID");
-  addFileArgument(*command, options->file, "the text, in UTF-8");
-  command->footer(
+      .argument("ACTION", options->action,
+                "notrack: opening the links counts as no hit; contact: they "
+                "tell who received them; contains: print whether there are "
+                "any")
+      .required()
+      .oneOf({"notrack", "contact", "contains"});
+  command.option("--user", "UUID", options->user,
+                 "only links of this user; default: of any user");
+  command.option("--contact", "UUID", options->contact,
+                 "the receiver, for contact, which also needs --user");
+  addFileArgument(command, options->file, "the text, in UTF-8");
+  command.footer(
       "Examples:\n"
       "  quillhaven track notrack sent.html > shown.html\n"
       "  quillhaven track contact --user 01234567-89AB-CDEF-0123-456789ABCDEF "
@@ -112,8 +106,7 @@ void addTrackCommand(CLI::App& app, Work& work) {
       "  quillhaven track contains page.html && echo tracked\n\n"
       "Exit status: 0 done, 1 the text cannot be read or is not UTF-8, and "
       "false of\ncontains, 2 wrong usage.");
-  command->callback(
-      [&work, options] { work = [options] { return track(*options); }; });
+  command.does([options] { return track(*options); });
 }
 
 }  // namespace quillhaven::cli

@@ -2,11 +2,11 @@
 #ifndef QUILLHAVEN_CLI_TRACK_COMMAND_H_
 #define QUILLHAVEN_CLI_TRACK_COMMAND_H_
 
-#include "cli/command.h"
+#include "cli/command_line.h"
 
 namespace quillhaven::cli {
 
-void addTrackCommand(CLI::App& app, Work& work);
+void addTrackCommand(CommandLine& line);
 
 }  // namespace quillhaven::cli
 

@@ -2,20 +2,19 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <limits>
 
 #include "cli/command.h"
+#include "cli/command_line.h"
 #include "cli/output.h"
 #include "quillhaven/platform/text/utf8.h"
 
 namespace quillhaven::cli {
 
-void addFileArgument(CLI::App& command, std::string& file,
+void addFileArgument(Command& command, std::string& file,
                      const std::string& purpose) {
-  command
-      .add_option("FILE", file, purpose + "; - or nothing is standard input")
-      ->type_name("");
+  command.argument("FILE", file, purpose + "; - or nothing is standard input");
+  command.takesPaths();
 }
 
 Input inputNamed(const std::string& file) {

@@ -6,15 +6,13 @@
 
 #include "cli/input_sources.h"
 
-namespace CLI {  // NOLINT(readability-identifier-naming): its own name
-class App;
-}
-
 namespace quillhaven::cli {
 
-// Adds the argument FILE, which leaves its value in `file`; `purpose` is its
-// line of help, such as "what to convert".
-void addFileArgument(CLI::App& command, std::string& file,
+class Command;
+
+// Adds the argument FILE, a path, which leaves its value in `file`; `purpose`
+// is its line of help, such as "what to convert".
+void addFileArgument(Command& command, std::string& file,
                      const std::string& purpose);
 
 // Returns the input that `file`, a path or "-", names.

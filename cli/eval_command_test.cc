@@ -1,4 +1,5 @@
 #include "cli/eval_command.h"
+#include "cli/command.h"
 
 #include <gtest/gtest.h>
 

@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "cli/command.h"
 #include "cli/eval_command.h"
 #include "cli/json_writer.h"
 #include "quillhaven/platform/base/fatal_error.h"

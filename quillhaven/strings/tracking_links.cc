@@ -51,9 +51,26 @@ void forEachLink(std::string_view text, const std::optional<Uuid>& user,
   if (!compiled) return logMalformedPattern(purpose, pattern);
   std::size_t from = 0;
   while (const auto match = compiled->firstMatch(text, from)) {
-    if (!visit(TrackingLink{match->position, match->size})) return;
+    if (!visit(TrackingLink{match->position, match->size, {}})) return;
     from = match->position + match->size;
   }
+}
+
+// Where a query item called `name` goes into the text for one link; nothing
+// when the link has such an item or is no well-formed URL.
+std::optional<platform::QueryInsertion> insertionInto(std::string_view text,
+                                                      const TrackingLink& link,
+                                                      std::string_view name) {
+  if (link.tail) {
+    if (platform::hasQueryItem(link.tail->queryIn(text), name)) return {};
+    return link.tail->insertion();
+  }
+  const auto url =
+      platform::urlComponents(text.substr(link.position, link.size));
+  if (!url || platform::hasQueryItem(url->query.value_or(""), name)) return {};
+  platform::QueryInsertion insertion = platform::queryInsertion(*url);
+  insertion.position += link.position;
+  return insertion;
 }
 
 // Links do not depend on each other, so they are visited from the first to the
@@ -66,13 +83,12 @@ std::string addingQueryItem(std::string_view text,
   std::string result;
   std::size_t copied = 0;
   forEachLink(text, user, purpose, [&](const TrackingLink& link) {
-    const auto url =
-        platform::urlComponents(text.substr(link.position, link.size));
-    if (!url || platform::hasQueryItem(*url, name)) return true;
+    const auto insertion = insertionInto(text, link, name);
+    if (!insertion) return true;
     if (copied == 0) result.reserve(text.size() + text.size() / 8);
-    result.append(text.substr(copied, link.position - copied));
-    platform::appendAddingQueryItem(result, *url, item);
-    copied = link.position + link.size;
+    result.append(text.substr(copied, insertion->position - copied));
+    result.append(insertion->separator).append(item);
+    copied = insertion->position;
     return true;
   });
   return result.append(text.substr(copied));

@@ -90,8 +90,8 @@ std::vector<UrlQueryItem> queryItems(const UrlComponents& url) {
   return items;
 }
 
-bool hasQueryItem(const UrlComponents& url, std::string_view name) {
-  return anyItem(url.query.value_or(""), [name](std::string_view item) {
+bool hasQueryItem(std::string_view query, std::string_view name) {
+  return anyItem(query, [name](std::string_view item) {
     return decodesTo(item.substr(0, item.find('=')), name);
   });
 }
@@ -101,18 +101,13 @@ std::string encodedQueryItem(std::string_view name, std::string_view value) {
          percentEncoded(value, UrlCharacters::kQueryItem);
 }
 
-void appendAddingQueryItem(std::string& text, const UrlComponents& url,
-                           std::string_view item) {
-  const std::size_t end =
-      url.fragment ? url.url.size() - url.fragment->size() - 1 : url.url.size();
-  text.append(url.url.substr(0, end));
-  if (!url.query) {
-    text.push_back('?');
-  } else if (!url.query->empty()) {
-    text.push_back('&');
-  }
-  text.append(item);
-  text.append(url.url.substr(end));
+QueryInsertion queryInsertion(const UrlComponents& url) {
+  const std::size_t end = url.url.size();
+  const std::size_t fragment =
+      url.fragment ? end - url.fragment->size() - 1 : end;
+  const std::size_t query =
+      url.query ? fragment - url.query->size() - 1 : fragment;
+  return internal::UrlTail{query, fragment, end}.insertion();
 }
 
 }  // namespace quillhaven::platform

@@ -2,6 +2,7 @@
 #ifndef QUILLHAVEN_PLATFORM_URL_URL_COMPONENTS_H_
 #define QUILLHAVEN_PLATFORM_URL_URL_COMPONENTS_H_
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,20 +40,22 @@ struct UrlQueryItem {
 // HTML shows as "&b=c", holds an item called "amp;b".
 [[nodiscard]] std::vector<UrlQueryItem> queryItems(const UrlComponents& url);
 
-// True when an item of the query is called `name`, percent-decoded, in that
-// letter case. Allocates nothing.
-[[nodiscard]] bool hasQueryItem(const UrlComponents& url,
-                                std::string_view name);
+// True when an item of `query`, which is that of a well-formed URL without "?",
+// is called `name`, percent-decoded, in that letter case. An empty query has no
+// items. Allocates nothing.
+[[nodiscard]] bool hasQueryItem(std::string_view query, std::string_view name);
 
 // Returns "name=value", both percent-encoded, for a query.
 [[nodiscard]] std::string encodedQueryItem(std::string_view name,
                                            std::string_view value);
 
-// Appends to `text` the URL with one more query item, behind those that it has
-// and before its fragment. All bytes of the URL stay as they are. `item` is as
-// encodedQueryItem() returns it.
-void appendAddingQueryItem(std::string& text, const UrlComponents& url,
-                           std::string_view item);
+// Where one more query item goes into a URL: behind those that it has, before
+// its fragment. All bytes of the URL stay as they are.
+struct QueryInsertion {
+  std::size_t position;        // in bytes from the start of the URL
+  std::string_view separator;  // to be put before the item: "?", "&" or ""
+};
+[[nodiscard]] QueryInsertion queryInsertion(const UrlComponents& url);
 
 }  // namespace quillhaven::platform
 

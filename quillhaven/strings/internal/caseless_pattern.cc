@@ -1,6 +1,9 @@
 #include "quillhaven/strings/internal/caseless_pattern.h"
 
+#include <algorithm>
+
 #include "quillhaven/platform/base/ascii.h"
+#include "quillhaven/platform/text/internal/byte_scan.h"
 #include "quillhaven/platform/text/internal/white_space.h"
 #include "quillhaven/platform/text/utf8.h"
 
@@ -48,12 +51,34 @@ std::size_t endOfAnyCharacter(std::string_view text, std::size_t at) {
   return at + platform::codePointAt(text, at).size;
 }
 
+// The number of bytes that agree from byte `at` on but for letter case.
+std::size_t sizeOfCommonASCII(std::string_view text, std::size_t at,
+                              std::string_view literal) {
+  namespace scan = platform::internal;
+  const std::size_t size = std::min(literal.size(), text.size() - at);
+  std::size_t same = 0;
+  for (; same + scan::kVectorSize <= size; same += scan::kVectorSize) {
+    const scan::ByteVector bytes =
+        scan::asciiLowered(scan::loadBytes(text.data() + at + same));
+    const scan::LaneMask different =
+        bytes != scan::loadBytes(literal.data() + same);
+    if (scan::bitsOf(different) != 0) break;
+  }
+  while (same < size &&
+         platform::asciiLower(text[at + same]) == literal[same]) {
+    ++same;
+  }
+  return same;
+}
+
 }  // namespace
 
 std::size_t endOfLiteral(std::string_view text, std::size_t at,
                          std::string_view literal) {
-  // Mostly in the letter case that it has here.
-  if (text.substr(at).starts_with(literal)) return at + literal.size();
+  const std::size_t same = sizeOfCommonASCII(text, at, literal);
+  if (same == literal.size()) return at + same;
+  at += same;
+  literal.remove_prefix(same);
   while (!literal.empty()) {
     if (at == text.size()) return kNoMatch;
     const char c = text[at];

@@ -110,13 +110,43 @@ std::size_t endOfLinkCharacters(std::string_view text, std::size_t at) {
   }
 }
 
+// True for the bytes at which a link ends whatever follows.
+bool isEndOfLink(char c) {
+  return c == '<' || c == '>' || c == '"' || c == ' ' ||
+         (c >= '\t' && c <= '\r');
+}
+
 // "[0-9a-z_-]+[^<>\"\s]+": since the first set lies within the second, all that
-// counts of it is the first character.
-std::size_t endOfItem(std::string_view text, std::size_t at) {
+// counts of it is the first character. Returns the place of the second, the
+// link goes on from there to the end of its characters.
+std::size_t secondOfItem(std::string_view text, std::size_t at) {
   const std::size_t first = itemCharacterSize(text, at);
-  if (first == 0) return kNoMatch;
-  const std::size_t end = endOfLinkCharacters(text, at + first);
-  return end > at + first ? end : kNoMatch;
+  if (first == 0 || at + first == text.size()) return kNoMatch;
+  const std::size_t second = at + first;
+  const char c = text[second];
+  if (isEndOfLink(c) || (static_cast<unsigned char>(c) >= 0x80 &&
+                         platform::internal::spaceLength(text, second) != 0)) {
+    return kNoMatch;
+  }
+  return second;
+}
+
+// The link from `position` with its "//" at `slashes`, whose item goes on at
+// `second`.
+TrackingLink linkAt(std::string_view text, std::size_t position,
+                    std::size_t slashes, std::size_t second) {
+  constexpr std::size_t kSchemeSize = 6;  // "https:" in ASCII
+  const std::size_t host = slashes + 2;
+  const std::size_t path = platform::internal::endOfPlainHost(text, host);
+  if (slashes == position + kSchemeSize && path != host && path < second &&
+      text[path] == '/') {
+    const auto tail = platform::internal::plainUrlTail(text, path);
+    const bool isWhole = tail.end == text.size() || isEndOfLink(text[tail.end]);
+    if (isWhole && tail.end > second) {
+      return {position, tail.end - position, tail};
+    }
+  }
+  return {position, endOfLinkCharacters(text, second) - position, {}};
 }
 
 }  // namespace
@@ -173,9 +203,9 @@ std::optional<TrackingLink> TrackingLinkMatcher::firstMatch(
     if (isAt(text, colon + 2, '/') && colon + 3 < text.size() &&
         names_.canBegin[static_cast<unsigned char>(text[colon + 3])]) {
       const std::size_t start = startOfScheme(text, from, colon);
-      const std::size_t end =
-          start == kNoMatch ? kNoMatch : endFromLabel(text, colon + 3);
-      if (end != kNoMatch) return TrackingLink{start, end - start};
+      const std::size_t second =
+          start == kNoMatch ? kNoMatch : fromLabel(text, colon + 3);
+      if (second != kNoMatch) return linkAt(text, start, colon + 1, second);
     }
     ++colon;
   }
@@ -187,47 +217,47 @@ std::optional<TrackingLink> TrackingLinkMatcher::firstMatch(
 // "(?:beta|NAME|USER)?" and the rest. A run of user characters is given back
 // one by one; none of them begins another link, so that all links of a text
 // look at a character only a few times.
-std::size_t TrackingLinkMatcher::endFromLabel(std::string_view text,
-                                              std::size_t at) const {
+std::size_t TrackingLinkMatcher::fromLabel(std::string_view text,
+                                           std::size_t at) const {
   for (const CaselessPattern& label : names_.labels) {
     const std::size_t labelEnd = label.end(text, at);
     if (labelEnd == kNoMatch) continue;
-    const std::size_t end = endFromDot(text, labelEnd);
+    const std::size_t end = fromDot(text, labelEnd);
     if (end != kNoMatch) return end;
   }
   if (user_.empty()) {
     for (std::size_t run = endOfUserRun(text, at); run > at; --run) {
-      const std::size_t end = endFromDot(text, run);
+      const std::size_t end = fromDot(text, run);
       if (end != kNoMatch) return end;
     }
   } else if (const std::size_t userEnd = endOfLiteral(text, at, user_);
              userEnd != kNoMatch) {
-    const std::size_t end = endFromDot(text, userEnd);
+    const std::size_t end = fromDot(text, userEnd);
     if (end != kNoMatch) return end;
   }
-  return endFromDot(text, at);
+  return fromDot(text, at);
 }
 
 // "\.?" and the rest.
-std::size_t TrackingLinkMatcher::endFromDot(std::string_view text,
-                                            std::size_t at) const {
+std::size_t TrackingLinkMatcher::fromDot(std::string_view text,
+                                         std::size_t at) const {
   if (isAt(text, at, '.')) {
-    const std::size_t end = endFromDomain(text, at + 1);
+    const std::size_t end = fromDomain(text, at + 1);
     if (end != kNoMatch) return end;
   }
-  return endFromDomain(text, at);
+  return fromDomain(text, at);
 }
 
 // "(?:NAME|...)\.(?:ENDING|...)/" and the rest.
-std::size_t TrackingLinkMatcher::endFromDomain(std::string_view text,
-                                               std::size_t at) const {
+std::size_t TrackingLinkMatcher::fromDomain(std::string_view text,
+                                            std::size_t at) const {
   for (const CaselessPattern& domain : names_.domains) {
     const std::size_t dot = domain.end(text, at);
     if (dot == kNoMatch || !isAt(text, dot, '.')) continue;
     for (const CaselessPattern& ending : names_.endings) {
       const std::size_t slash = ending.end(text, dot + 1);
       if (slash == kNoMatch || !isAt(text, slash, '/')) continue;
-      const std::size_t end = endFromPath(text, slash + 1);
+      const std::size_t end = fromPath(text, slash + 1);
       if (end != kNoMatch) return end;
     }
   }
@@ -235,34 +265,34 @@ std::size_t TrackingLinkMatcher::endFromDomain(std::string_view text,
 }
 
 // "(?:USER|b/USER|p/USER|b2|p2|e2)/" and the rest.
-std::size_t TrackingLinkMatcher::endFromPath(std::string_view text,
-                                             std::size_t at) const {
-  std::size_t end = endFromUserSegment(text, at);
+std::size_t TrackingLinkMatcher::fromPath(std::string_view text,
+                                          std::size_t at) const {
+  std::size_t end = fromUserSegment(text, at);
   if (end != kNoMatch) return end;
   for (const std::string_view opening : {"b/", "p/"}) {
     const std::size_t user = endOfLiteral(text, at, opening);
     if (user == kNoMatch) continue;
-    end = endFromUserSegment(text, user);
+    end = fromUserSegment(text, user);
     if (end != kNoMatch) return end;
   }
   for (const std::string_view segment : {"b2", "p2", "e2"}) {
     const std::size_t slash = endOfLiteral(text, at, segment);
     if (slash != kNoMatch && isAt(text, slash, '/')) {
-      return endOfItem(text, slash + 1);
+      return secondOfItem(text, slash + 1);
     }
   }
   return kNoMatch;
 }
 
 // "USER/" and the rest. Of a run only the whole can be followed by a slash.
-std::size_t TrackingLinkMatcher::endFromUserSegment(std::string_view text,
-                                                    std::size_t at) const {
+std::size_t TrackingLinkMatcher::fromUserSegment(std::string_view text,
+                                                 std::size_t at) const {
   const std::size_t slash =
       user_.empty() ? endOfUserRun(text, at) : endOfLiteral(text, at, user_);
   if (slash == kNoMatch || slash == at || !isAt(text, slash, '/')) {
     return kNoMatch;
   }
-  return endOfItem(text, slash + 1);
+  return secondOfItem(text, slash + 1);
 }
 
 }  // namespace quillhaven::strings::internal

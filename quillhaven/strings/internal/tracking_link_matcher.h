@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "quillhaven/identity/product_configuration.h"
+#include "quillhaven/platform/url/internal/plain_url.h"
 #include "quillhaven/platform/url/uuid.h"
 #include "quillhaven/strings/internal/caseless_pattern.h"
 
@@ -34,10 +35,13 @@ struct TrackingNames {
       const identity::ProductConfiguration& configuration);
 };
 
-// The byte range of a link.
+// A link, in bytes of the text.
 struct TrackingLink {
   std::size_t position;
   std::size_t size;
+  // Path, query and fragment of a link that is a well-formed URL for certain;
+  // absent when only taking it apart can tell.
+  std::optional<platform::internal::UrlTail> tail;
 };
 
 // Finds the links of one user or of any. The names outlive it. Immutable.
@@ -53,18 +57,18 @@ class TrackingLinkMatcher {
                                                        std::size_t from) const;
 
  private:
-  // Each returns where the rest of the link ends that begins at byte `at` with
-  // what the function is called after, or kNoMatch.
-  [[nodiscard]] std::size_t endFromLabel(std::string_view text,
-                                         std::size_t at) const;
-  [[nodiscard]] std::size_t endFromDot(std::string_view text,
+  // Each returns the place of a character of the item if the rest of a link
+  // begins at byte `at` with what the function is called after, or kNoMatch.
+  [[nodiscard]] std::size_t fromLabel(std::string_view text,
+                                      std::size_t at) const;
+  [[nodiscard]] std::size_t fromDot(std::string_view text,
+                                    std::size_t at) const;
+  [[nodiscard]] std::size_t fromDomain(std::string_view text,
                                        std::size_t at) const;
-  [[nodiscard]] std::size_t endFromDomain(std::string_view text,
-                                          std::size_t at) const;
-  [[nodiscard]] std::size_t endFromPath(std::string_view text,
-                                        std::size_t at) const;
-  [[nodiscard]] std::size_t endFromUserSegment(std::string_view text,
-                                               std::size_t at) const;
+  [[nodiscard]] std::size_t fromPath(std::string_view text,
+                                     std::size_t at) const;
+  [[nodiscard]] std::size_t fromUserSegment(std::string_view text,
+                                            std::size_t at) const;
 
   const TrackingNames& names_;
   std::string user_;  // in lower case; empty for any

@@ -10,6 +10,7 @@
 
 #include "quillhaven/platform/text/regular_expression.h"
 #include "quillhaven/platform/text/utf8.h"
+#include "quillhaven/platform/url/url_components.h"
 
 namespace quillhaven::strings::internal {
 namespace {
@@ -26,6 +27,20 @@ std::mt19937 generator() {
   return std::mt19937(
       seed != nullptr ? static_cast<unsigned>(std::strtoul(seed, nullptr, 10))
                       : 23U);
+}
+
+// A link that comes with its parts has those of the URL that it is.
+void expectSameTail(std::string_view text, const TrackingLink& link) {
+  if (!link.tail) return;
+  const auto url =
+      platform::urlComponents(text.substr(link.position, link.size));
+  ASSERT_TRUE(url) << testing::PrintToString(text);
+  EXPECT_EQ(link.tail->end, link.position + link.size);
+  EXPECT_EQ(link.tail->queryIn(text), url->query.value_or(""));
+  const auto ours = link.tail->insertion();
+  const auto theirs = platform::queryInsertion(*url);
+  EXPECT_EQ(ours.position, link.position + theirs.position);
+  EXPECT_EQ(ours.separator, theirs.separator);
 }
 
 // Holds the matcher and ICU side by side for one configuration and user.
@@ -51,6 +66,7 @@ class BothMatchers {
       EXPECT_EQ(link->position, match->position)
           << testing::PrintToString(text);
       EXPECT_EQ(link->size, match->size) << testing::PrintToString(text);
+      expectSameTail(text, *link);
       from = match->position + match->size;
       ++count;
     }
@@ -94,7 +110,8 @@ class TextGenerator {
                   "0-f", "b/0", "p/", "e2x", "B/" + user + "0"});
     append(text, {"/", "/", "", "//"});
     append(text, {"abc", "a", "-_", "\u017F", "\u212A", "\u00E9", "", "/"});
-    append(text, {"", "d?a=1&b#c", "\u212Ax", "\u00E9\u3042", "/", "\\'", "'"});
+    append(text, {"", "d?a=1&b#c", "\u212Ax", "\u00E9\u3042", "/", "\\'", "'",
+                  "%4Ax?", "%4", "%", "x#", "x#?a", "x?#b", "x??c#d#e", "[x]"});
     append(text, {"\"", "<", ">", " ", "\n", "\u0085", "\u00A0", "\u2003",
                   "\u3000", "\u200B", "", "\u2028"});
   }

@@ -95,10 +95,21 @@ inline std::size_t findPair(std::string_view text, char first, char second,
   const char* const data = text.data();
   const std::size_t size = text.size();
   std::size_t at = from;
+  const auto pairsAt = [=](std::size_t position) {
+    return equals(loadBytes(data + position),
+                  static_cast<unsigned char>(first)) &
+           equals(loadBytes(data + position + 1),
+                  static_cast<unsigned char>(second));
+  };
+  // Pairs are rare: four vectors at a time until one holds a pair.
+  for (; at + 4 * kVectorSize < size; at += 4 * kVectorSize) {
+    const LaneMask any =
+        (pairsAt(at) | pairsAt(at + kVectorSize)) |
+        (pairsAt(at + 2 * kVectorSize) | pairsAt(at + 3 * kVectorSize));
+    if (bitsOf(any) != 0) break;
+  }
   for (; at + kVectorSize < size; at += kVectorSize) {
-    const unsigned bits = bitsOf(
-        equals(loadBytes(data + at), static_cast<unsigned char>(first)) &
-        equals(loadBytes(data + at + 1), static_cast<unsigned char>(second)));
+    const unsigned bits = bitsOf(pairsAt(at));
     if (bits != 0) return at + static_cast<std::size_t>(std::countr_zero(bits));
   }
   for (; at + 1 < size; ++at) {

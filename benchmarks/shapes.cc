@@ -224,6 +224,31 @@ std::string distinctShortFields(std::size_t size) {
   return numbered("Subject: shape\n", size, "x", ":\n", "\n\nbody\n");
 }
 
+// All names of one character, then all of two, and so on.
+std::string densestFields(std::size_t size) {
+  const auto next = [](std::size_t i) {
+    constexpr std::string_view kLetters =
+        "abcdefghijklmnopqrstuvwxyz0123456789!#$%&'*+-.^_`|~;<=>?@[]{}()/,\\\"";
+    std::string name;
+    for (++i; i > 0; i = (i - 1) / kLetters.size()) {
+      name += kLetters[(i - 1) % kLetters.size()];
+    }
+    return name + ":\n";
+  };
+  return grown("Subject: shape\n", size, next, "\n\nbody\n");
+}
+
+std::string fieldsInPairs(std::size_t size) {
+  return grown("Subject: shape\n", size, [](std::size_t i) {
+    const std::string name = joined("x", std::to_string(i));
+    return joined(name, ":aa\n", name, ":bb\n");
+  });
+}
+
+std::string valuesInTurn(std::size_t size) {
+  return repeated("Subject: shape\n", size, "x:aa\nx:bb\n", "\n\nbody\n");
+}
+
 std::string linesWithoutColon(std::size_t size) {
   return repeated("Subject: shape\n", size, "a\n", "\n\nbody\n");
 }
@@ -571,6 +596,9 @@ constexpr PlainShape kMessages[] = {
     {"equal-fields", "a field with a value again and again", equalFields},
     {"distinct-fields", "fields, no two of a name", distinctFields},
     {"distinct-short-fields", "the same, short and empty", distinctShortFields},
+    {"densest-fields", "the same, of the fewest bytes", densestFields},
+    {"fields-in-pairs", "two fields of every name", fieldsInPairs},
+    {"values-in-turn", "one field with two values in turn", valuesInTurn},
     {"lines-without-colon", "header lines that are no fields",
      linesWithoutColon},
     {"alternating-encoded-words", "B and Q words in turn",

@@ -11,7 +11,6 @@ namespace {
 // Up to this many names are found through the small index.
 constexpr std::size_t kMostNamesInSmallIndex = 48;
 constexpr std::size_t kFirstBlockSize = std::size_t{1} << 12;
-constexpr std::size_t kLargestBlockSize = std::size_t{1} << 18;
 
 std::uint64_t wordAt(const char* bytes) {
   std::uint64_t word;
@@ -61,6 +60,7 @@ void HeaderTable::swap(HeaderTable& other) noexcept {
   std::swap(blocks_, other.blocks_);
   std::swap(room_, other.room_);
   std::swap(runs_, other.runs_);
+  std::swap(several_, other.several_);
   std::swap(fields_, other.fields_);
   std::swap(smallSlots_, other.smallSlots_);
   std::swap(slots_, other.slots_);
@@ -74,76 +74,105 @@ std::optional<HeaderTable::Values> HeaderTable::find(
 }
 
 void HeaderTable::append(std::string_view name, std::string_view value) {
+  if (isFull()) return;
   const std::uint32_t hash = hashOf(name);
   const bool isNew = indexOf(name, hash) == kNone;
-  add(isNew ? store(name) : name, hash, isNew, value, false);
+  add(isNew ? store(name) : Stored{kNotStored, name}, hash, isNew,
+      {kNotStored, value});
+}
+
+std::size_t HeaderTable::Values::size() const {
+  std::size_t count = 1;
+  if (last_ == kNone) return count;
+  std::uint32_t run = last_;
+  do {
+    run = table_->runs_[run].next;
+    count += table_->runs_[run].count;
+  } while (run != last_);
+  return count;
 }
 
 char* HeaderTable::takeAligned(std::size_t size) {
-  constexpr std::size_t kAlignment = alignof(Run);
-  static_assert(alignof(Field) == kAlignment);
+  constexpr std::size_t kAlignment = alignof(std::uint32_t);
+  static_assert(alignof(Run) == kAlignment && alignof(Field) == kAlignment &&
+                alignof(Several) == kAlignment);
   const auto unaligned =
       static_cast<std::size_t>(reinterpret_cast<std::uintptr_t>(room_.start)) %
       kAlignment;
   const std::size_t padding = unaligned == 0 ? 0 : kAlignment - unaligned;
-  // A new block is aligned.
-  return padding + size <= room_.size ? take(padding + size) + padding
-                                      : (addBlock(size), take(size));
+  if (padding + size <= room_.size) return take(padding + size) + padding;
+  addBlock(size + kAlignment);  // as aligned as its first text leaves it
+  return takeAligned(size);
 }
 
 void HeaderTable::addBlock(std::size_t size) {
+  constexpr std::size_t kLargestBlockSize = std::size_t{1} << kOffsetBits;
   const std::size_t usual =
       std::min(kFirstBlockSize << std::min<std::size_t>(blocks_.size(), 10),
                kLargestBlockSize);
-  const std::size_t blockSize = std::max(size, usual);
+  // The first byte of all is no text: its place is that of the empty one.
+  const std::size_t start = blocks_.empty() ? 1 : 0;
+  const std::size_t blockSize = std::max(start + size, usual);
   // Without a value initialiser: most of it is written once only.
   blocks_.push_back(std::unique_ptr<char[]>(new char[blockSize]));
-  room_ = {blocks_.back().get(), blockSize};
+  const auto number = static_cast<Place>(blocks_.size() - 1);
+  room_ = {blocks_.back().get() + start, blockSize - start,
+           (number << kOffsetBits) + static_cast<Place>(start)};
 }
 
-std::string_view HeaderTable::store(std::string_view text) {
-  if (text.empty()) return {};
-  char* const room = take(text.size());
+HeaderTable::Stored HeaderTable::store(std::string_view text) {
+  if (text.empty()) return kEmpty;
+  Place place;
+  char* const room = takeText(text.size(), 0, place);
   std::memcpy(room, text.data(), text.size());
-  return {room, text.size()};
+  return {place, {room, text.size()}};
 }
 
 std::uint32_t HeaderTable::expect(std::string_view name) const {
   const std::uint32_t hash = hashOf(name);
-  if (!slots_.empty()) __builtin_prefetch(&slots_[hash & (slots_.size() - 1)]);
+  if (!slots_.empty()) __builtin_prefetch(&slots_[slotOf(hash)]);
   return hash;
 }
 
-HeaderTable::Stored HeaderTable::add(std::string_view name, std::uint32_t hash,
-                                     bool nameIsStored, std::string_view value,
-                                     bool valueIsStored) {
-  const std::uint32_t known = indexOf(name, hash);
-  const auto size = static_cast<std::uint32_t>(value.size());
+HeaderTable::StoredField HeaderTable::add(Stored name, std::uint32_t hash,
+                                          bool nameIsNew, Stored value) {
+  const std::uint32_t known = indexOf(name.text, hash);
   if (known == kNone) {
-    if (!valueIsStored) value = store(value);
+    if (value.place == kNotStored) value = store(value.text);
     const std::uint32_t added = fields_.size();
-    fields_.push(*this,
-                 {name.data(), value.data(),
-                  static_cast<std::uint32_t>(name.size()), size, 1, kNone});
+    fields_.push(*this, {name.place, value.place});
     addToIndex(added, hash);
     return {name, value};
   }
 
-  if (nameIsStored) giveBack(name.size());
+  if (nameIsNew) giveBackText(name.text.size());
   Field& field = fields_[known];
-  const bool hasOneRun = field.next == kNone;
-  const std::uint32_t lastRun = hasOneRun ? kNone : runs_[field.next].last;
-  const std::string_view last = Values(&runs_, &field).back();
-  if (last == value) {
-    ++(hasOneRun ? field.count : runs_[lastRun].count);
-    return {nameAt(known), last};
+  name = {field.name, textAt(field.name)};
+  const Values values(this, field);
+  const std::uint32_t last = values.last_;
+  const Place lastPlace = last == kNone ? values.first_ : runs_[last].text;
+  const std::string_view lastText = textAt(lastPlace);
+  const bool isSame = lastPlace == value.place || lastText == value.text;
+  if (isSame) {
+    value = {lastPlace, lastText};
+    if (last != kNone) {
+      ++runs_[last].count;
+      return {name, value};
+    }
+  } else if (value.place == kNotStored) {
+    value = store(value.text);
   }
-  if (!valueIsStored) value = store(value);
   const std::uint32_t run = runs_.size();
-  (hasOneRun ? field.next : runs_[lastRun].next) = run;
-  runs_.push(*this, {value.data(), size, 1, kNone, run});
-  runs_[field.next].last = run;
-  return {nameAt(known), value};
+  if (last == kNone) {
+    runs_.push(*this, {value.place, 1, run});
+    several_.push(*this, {values.first_, run});
+    field.value = Field::kSeveral | (several_.size() - 1);
+  } else {
+    runs_.push(*this, {value.place, 1, runs_[last].next});
+    runs_[last].next = run;
+    several_[field.value & ~Field::kSeveral].last = run;
+  }
+  return {name, value};
 }
 
 std::uint32_t HeaderTable::indexOf(std::string_view name) const {
@@ -161,11 +190,12 @@ std::uint32_t HeaderTable::indexOf(std::string_view name,
     }
     return kNone;
   }
-  const auto mask = static_cast<std::uint32_t>(slots_.size() - 1);
-  for (std::size_t slot = hash & mask; slots_[slot] != kNone;
-       slot = (slot + 1) & mask) {
+  const unsigned numberBits = bitsOfNumbers();
+  const std::uint32_t mask = (std::uint32_t{1} << numberBits) - 1;
+  for (std::size_t slot = slotOf(hash); slots_[slot] != kNone;
+       slot = slot + 1 == slots_.size() ? 0 : slot + 1) {
     // Names whose other bits differ need not be looked at.
-    if (((slots_[slot] ^ hash) & ~mask) != 0) continue;
+    if (((slots_[slot] ^ hash << numberBits) & ~mask) != 0) continue;
     const std::uint32_t index = slots_[slot] & mask;
     if (nameAt(index) == name) return index;
   }
@@ -179,24 +209,35 @@ void HeaderTable::addToIndex(std::uint32_t field, std::uint32_t hash) {
     std::size_t slot = hash & mask;
     while (smallSlots_[slot] != 0) slot = (slot + 1) & mask;
     smallSlots_[slot] = static_cast<std::uint8_t>(field + 1);
-    return;
+  } else if (count * 5 <= slots_.size() * 4) {  // at most four fifths full
+    addToSlots(field, hash);
+  } else {
+    growSlots();
   }
-  const auto add = [this](std::uint32_t index, std::uint32_t itsHash) {
-    const auto mask = static_cast<std::uint32_t>(slots_.size() - 1);
-    std::size_t slot = itsHash & mask;
-    while (slots_[slot] != kNone) slot = (slot + 1) & mask;
-    slots_[slot] = index | (itsHash & ~mask);
-  };
-  // At most three quarters full; a new index takes in all names.
-  if (count * 4 <= slots_.size() * 3) {
-    add(field, hash);
-    return;
-  }
-  slots_ = {};  // the old one is freed first: it may be large
-  std::size_t size = 2 * smallSlots_.size();
-  while (count * 4 > size * 3) size *= 2;
+}
+
+void HeaderTable::addToSlots(std::uint32_t field, std::uint32_t hash) {
+  const unsigned numberBits = bitsOfNumbers();
+  std::size_t slot = slotOf(hash);
+  while (slots_[slot] != kNone) slot = slot + 1 == slots_.size() ? 0 : slot + 1;
+  slots_[slot] = field | hash << numberBits;
+}
+
+// Makes a larger index, by a half, and takes in all names.
+void HeaderTable::growSlots() {
+  const std::size_t size =
+      std::max(slots_.size() / 2 * 3, 2 * smallSlots_.size());
+  slots_ = {};  // freed first: it may be large
   slots_.assign(size, kNone);
-  for (std::uint32_t i = 0; i <= field; ++i) add(i, hashOf(nameAt(i)));
+  // Their slots lie all over the memory: they are asked for some names ahead.
+  constexpr std::uint32_t kAhead = 16;
+  std::array<std::uint32_t, kAhead> hashes{};
+  const std::uint32_t count = fields_.size();
+  for (std::uint32_t i = 0; i < count + kAhead; ++i) {
+    std::uint32_t& hash = hashes[i % kAhead];
+    if (i >= kAhead) addToSlots(i - kAhead, hash);
+    if (i < count) hash = expect(nameAt(i));
+  }
 }
 
 }  // namespace quillhaven::mail

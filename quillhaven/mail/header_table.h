@@ -7,6 +7,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <memory>
 #include <new>
@@ -21,23 +22,43 @@ namespace internal {
 class HeaderBlockReader;
 }
 
-// Owns its texts in a few large blocks, so that a field costs no allocation and
-// a million of them little more than their bytes; equal values in a row are
-// kept once. The string views it hands out live as long as the table, also when
-// it moves or grows; `Values` only until it does. A table that nobody changes
-// may be read by several threads.
+// Owns its texts in large blocks and refers to them in four bytes each, so that
+// a field costs no allocation and a million of them little more than their
+// bytes; equal values in a row are kept once. It has room for a gibibyte of
+// names and values at least; fields that do not fit are left out. The string
+// views it hands out live as long as the table, also when it moves or grows;
+// `Values` only until it does. A table that nobody changes may be read by
+// several threads.
 class HeaderTable {
   static constexpr std::uint32_t kNone = 0xFFFFFFFF;
-  // Equal values of a field that follow one another, as one.
+
+  // Where a text begins: the number of its block and the byte in that. Texts
+  // stand behind their sizes, of one byte, or of 255 and four more.
+  using Place = std::uint32_t;
+  static constexpr unsigned kOffsetBits = 18;
+  static constexpr Place kOffsetMask = (Place{1} << kOffsetBits) - 1;
+  static constexpr unsigned kPlaceBits = 31;
+  static constexpr std::uint8_t kLongText = 255;
+
+  // Equal values that follow one another, as one.
   struct Run {
-    const char* text;
-    std::uint32_t size;
+    Place text;
     std::uint32_t count;
-    std::uint32_t next;  // the next run of the same field, or kNone
-    std::uint32_t last;  // in a field's second run: its last one
+    std::uint32_t next;  // of the same field; after the last comes the first
   };
-  // An array whose elements stay where they are. Its memory comes from the
-  // table's blocks, first for a few elements, at last for 1024 at a time.
+  // The values of a field with more than one.
+  struct Several {
+    Place first;
+    std::uint32_t last;  // the last run of those after the first value
+  };
+  struct Field {
+    static constexpr std::uint32_t kSeveral = std::uint32_t{1} << kPlaceBits;
+    Place name;
+    std::uint32_t value;  // its place, or kSeveral and a number in several_
+  };
+
+  // An array whose elements stay where they are, first a few of them in the
+  // table's blocks, at last 1024 at a time on their own.
   template <typename Element>
   class Array {
    public:
@@ -48,9 +69,12 @@ class HeaderTable {
     void push(HeaderTable& table, const Element& element) {
       const std::uint32_t place = size_ + kFirst;
       if (place >= kChunk) {
-        if (place % kChunk == 0) large_.push_back(takeChunk(table, kChunk));
+        if (place % kChunk == 0) {
+          large_.push_back(std::unique_ptr<Element[]>(new Element[kChunk]));
+        }
       } else if ((place & (place - 1)) == 0) {
-        small_[smallChunk(place)] = takeChunk(table, place);
+        small_[smallChunk(place)] = reinterpret_cast<Element*>(
+            table.takeAligned(place * sizeof(Element)));
       }
       new (at(size_++)) Element(element);
     }
@@ -63,31 +87,17 @@ class HeaderTable {
       return static_cast<std::size_t>(std::bit_width(place | kFirst) -
                                       std::bit_width(kFirst));
     }
-    static Element* takeChunk(HeaderTable& table, std::uint32_t count) {
-      return reinterpret_cast<Element*>(
-          table.takeAligned(count * sizeof(Element)));
-    }
     [[nodiscard]] Element* at(std::uint32_t index) const {
       const std::uint32_t place = index + kFirst;
-      if (place >= kChunk) return large_[place / kChunk - 1] + place % kChunk;
+      if (place >= kChunk) {
+        return large_[place / kChunk - 1].get() + place % kChunk;
+      }
       return small_[smallChunk(place)] + (place - std::bit_floor(place));
     }
 
     std::array<Element*, 6> small_{};  // 16, 32, ... 512 elements
-    std::vector<Element*> large_;
+    std::vector<std::unique_ptr<Element[]>> large_;
     std::uint32_t size_ = 0;
-  };
-  using Runs = Array<Run>;
-  // A field with its first run, which most fields have no more than.
-  struct Field {
-    const char* name;
-    const char* text;
-    std::uint32_t nameSize;
-    std::uint32_t size;   // of the text
-    std::uint32_t count;  // in the first run
-    std::uint32_t next;   // the second run, or kNone
-
-    [[nodiscard]] Run first() const { return {text, size, count, next, kNone}; }
   };
 
  public:
@@ -102,49 +112,59 @@ class HeaderTable {
       using reference = std::string_view;
       using pointer = void;
 
-      std::string_view operator*() const { return {run_.text, run_.size}; }
+      std::string_view operator*() const { return text_; }
       Iterator& operator++() {
-        if (--run_.count == 0) {
-          run_ = run_.next == kNone ? Run{} : (*runs_)[run_.next];
+        if (--left_ == 0 && run_ != last_) {
+          run_ = table_->runs_[run_ == kNone ? last_ : run_].next;
+          const Run& run = table_->runs_[run_];
+          text_ = table_->textAt(run.text);
+          left_ = run.count;
         }
         return *this;
       }
       bool operator==(const Iterator& other) const {
-        return run_.count == other.run_.count && run_.next == other.run_.next;
+        return left_ == other.left_ && run_ == other.run_;
       }
       bool operator!=(const Iterator& other) const { return !(*this == other); }
 
      private:
       friend class Values;
-      Iterator(const Runs* runs, const Run& run) : runs_(runs), run_(run) {}
-      const Runs* runs_;
-      Run run_;  // with the count of values left in it; {} at the end
+      Iterator(const HeaderTable* table, std::string_view text,
+               std::uint32_t left, std::uint32_t run, std::uint32_t last)
+          : table_(table), text_(text), left_(left), run_(run), last_(last) {}
+      const HeaderTable* table_;
+      std::string_view text_;
+      std::uint32_t left_;  // of the run; 0 in the last run is the end
+      std::uint32_t run_;   // kNone: the first value
+      std::uint32_t last_;  // kNone: there is no other
     };
 
-    [[nodiscard]] Iterator begin() const { return {runs_, field_->first()}; }
-    [[nodiscard]] Iterator end() const { return {runs_, Run{}}; }
-    // Counts them, in time proportional to how often the value changes.
-    [[nodiscard]] std::size_t size() const {
-      std::size_t count = field_->count;
-      for (std::uint32_t run = field_->next; run != kNone;
-           run = (*runs_)[run].next) {
-        count += (*runs_)[run].count;
-      }
-      return count;
+    [[nodiscard]] Iterator begin() const {
+      return {table_, front(), 1, kNone, last_};
     }
-    [[nodiscard]] std::string_view front() const { return *begin(); }
+    [[nodiscard]] Iterator end() const { return {table_, {}, 0, last_, last_}; }
+    // Counts them, in time proportional to how often the value changes.
+    [[nodiscard]] std::size_t size() const;
+    [[nodiscard]] std::string_view front() const {
+      return table_->textAt(first_);
+    }
     [[nodiscard]] std::string_view back() const {
-      const Run last = field_->next == kNone
-                           ? field_->first()
-                           : (*runs_)[(*runs_)[field_->next].last];
-      return {last.text, last.size};
+      return last_ == kNone ? front()
+                            : table_->textAt(table_->runs_[last_].text);
     }
 
    private:
     friend class HeaderTable;
-    Values(const Runs* runs, const Field* field) : runs_(runs), field_(field) {}
-    const Runs* runs_;
-    const Field* field_;
+    Values(const HeaderTable* table, const Field& field)
+        : table_(table), first_(field.value), last_(kNone) {
+      if ((field.value & Field::kSeveral) == 0) return;
+      const Several& several = table->several_[field.value & ~Field::kSeveral];
+      first_ = several.first;
+      last_ = several.last;
+    }
+    const HeaderTable* table_;
+    Place first_;
+    std::uint32_t last_;
   };
 
   HeaderTable() = default;
@@ -166,11 +186,10 @@ class HeaderTable {
   [[nodiscard]] std::size_t size() const { return fields_.size(); }
   [[nodiscard]] bool empty() const { return fields_.size() == 0; }
   [[nodiscard]] std::string_view nameAt(std::size_t index) const {
-    const Field& field = fields_[static_cast<std::uint32_t>(index)];
-    return {field.name, field.nameSize};
+    return textAt(fields_[static_cast<std::uint32_t>(index)].name);
   }
   [[nodiscard]] Values valuesAt(std::size_t index) const {
-    return {&runs_, &fields_[static_cast<std::uint32_t>(index)]};
+    return {this, fields_[static_cast<std::uint32_t>(index)]};
   }
 
   // Adds `value` at the end of the array under `name`; both are copied.
@@ -179,41 +198,102 @@ class HeaderTable {
  private:
   friend class internal::HeaderBlockReader;
 
+  // One field takes a few at most.
+  static constexpr std::size_t kMostBlocks =
+      (std::size_t{1} << (kPlaceBits - kOffsetBits)) - 16;
+
   void swap(HeaderTable& other) noexcept;
 
-  // Returns room for `size` bytes that lives as long as the table; giveBack()
-  // frees the unused end of the room given out last.
+  // True when no further field fits.
+  [[nodiscard]] bool isFull() const { return blocks_.size() >= kMostBlocks; }
+
+  // Returns room for `size` bytes that lives as long as the table.
   char* take(std::size_t size) {
     if (size > room_.size) addBlock(size);
     char* const taken = room_.start;
-    room_ = {taken + size, room_.size - size};
+    room_ = {taken + size, room_.size - size,
+             room_.place + static_cast<Place>(size)};
     return taken;
-  }
-  void giveBack(std::size_t size) {
-    room_ = {room_.start - size, room_.size + size};
   }
   char* takeAligned(std::size_t size);
   void addBlock(std::size_t size);
-  std::string_view store(std::string_view text);
 
-  // A name and a value as the table keeps them.
+  // A text as the table keeps it.
   struct Stored {
-    std::string_view name;
-    std::string_view value;
+    Place place;
+    std::string_view text;
   };
-  // Returns the hash of a name that will be added soon.
+  static constexpr std::size_t sizeOfPrefix(std::size_t size) {
+    return size < kLongText ? 1 : 1 + sizeof(std::uint32_t);
+  }
+  // Gives out room for a text of `size` bytes, which the caller writes, at once
+  // and with up to `spare` bytes of anything behind it. giveBackText() frees it
+  // again, if nothing was taken since. A text that gets a block of its own,
+  // because it is larger than others, must not leave any room in it: `spare` is
+  // for texts of kMostWithSpare bytes.
+  static constexpr std::size_t kMostWithSpare = 1000;
+  char* takeText(std::size_t size, std::size_t spare, Place& place) {
+    const std::size_t prefix = sizeOfPrefix(size);
+    if (prefix + size + spare > room_.size) addBlock(prefix + size + spare);
+    place = room_.place;
+    char* const start = take(prefix + size);
+    if (size < kLongText) {
+      *start = static_cast<char>(size);
+      return start + 1;
+    }
+    *start = static_cast<char>(kLongText);
+    const auto longSize = static_cast<std::uint32_t>(size);
+    std::memcpy(start + 1, &longSize, sizeof longSize);
+    return start + 1 + sizeof longSize;
+  }
+  void giveBackText(std::size_t size) {
+    const std::size_t taken = sizeOfPrefix(size) + size;
+    room_ = {room_.start - taken, room_.size + taken,
+             room_.place - static_cast<Place>(taken)};
+  }
+  Stored store(std::string_view text);
+  // The empty text, which costs nothing.
+  static constexpr Stored kEmpty = {0, {}};
+  [[nodiscard]] std::string_view textAt(Place place) const {
+    if (place == kEmpty.place) return {};
+    const char* const start =
+        blocks_[place >> kOffsetBits].get() + (place & kOffsetMask);
+    const auto size = static_cast<std::uint8_t>(*start);
+    if (size != kLongText) return {start + 1, size};
+    std::uint32_t longSize;
+    std::memcpy(&longSize, start + 1, sizeof longSize);
+    return {start + 1 + sizeof longSize, longSize};
+  }
+
+  [[nodiscard]] bool hasLargeIndex() const { return !slots_.empty(); }
+  // Returns the hash of a name that will be added soon, and asks for its place
+  // in the index.
   [[nodiscard]] std::uint32_t expect(std::string_view name) const;
 
-  // Adds a value under a name with that hash. With `nameIsStored`, the name was
-  // put into the room given out last, which is freed if the name is known; with
-  // `valueIsStored`, the table holds the value's text already.
-  Stored add(std::string_view name, std::uint32_t hash, bool nameIsStored,
-             std::string_view value, bool valueIsStored);
+  // A field as the table keeps it.
+  struct StoredField {
+    Stored name;
+    Stored value;
+  };
+  // Adds a value under a name with that hash. With `nameIsNew`, the name was
+  // stored last, and is freed if the name is known. A value that is not stored
+  // yet is kNotStored and `text`.
+  static constexpr Place kNotStored = kNone;
+  StoredField add(Stored name, std::uint32_t hash, bool nameIsNew,
+                  Stored value);
 
   // Returns the number of the field called `name`, or kNone.
   [[nodiscard]] std::uint32_t indexOf(std::string_view name) const;
   [[nodiscard]] std::uint32_t indexOf(std::string_view name,
                                       std::uint32_t hash) const;
+  [[nodiscard]] std::size_t slotOf(std::uint32_t hash) const {
+    return static_cast<std::size_t>(std::uint64_t{hash} * slots_.size() >> 32);
+  }
+  [[nodiscard]] unsigned bitsOfNumbers() const {
+    return static_cast<unsigned>(std::bit_width(slots_.size()));
+  }
+  void addToSlots(std::uint32_t field, std::uint32_t hash);
+  void growSlots();
   void addToIndex(std::uint32_t field, std::uint32_t hash);
 
   std::vector<std::unique_ptr<char[]>> blocks_;
@@ -221,13 +301,16 @@ class HeaderTable {
   struct Room {
     char* start = nullptr;
     std::size_t size = 0;
+    Place place = 0;  // of `start`
   };
   Room room_;
-  Runs runs_;
+  Array<Run> runs_;
+  Array<Several> several_;
   Array<Field> fields_;
   // Open addressing over the numbers of the fields: for few fields those plus
   // one, 0 being free; else in slots_, kNone being free, where the bits that no
-  // number needs hold those of the name's hash.
+  // number needs hold the last ones of the name's hash. Its first ones give the
+  // place.
   std::array<std::uint8_t, 64> smallSlots_{};
   std::vector<std::uint32_t> slots_;
 };

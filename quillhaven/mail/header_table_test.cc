@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -71,6 +73,36 @@ TEST(HeaderTable, HoldsManyNamesThroughCopiesAndMoves) {
   }
   EXPECT_EQ(copy.find("field-7")->size(), 3U);
   EXPECT_EQ(moved.find("field-7")->size(), 2U);
+}
+
+// Sizes around those from which a text is written or stored in another way.
+TEST(HeaderTable, KeepsTextsOfAnySize) {
+  constexpr std::size_t kSizes[] = {0,      1,      254,        255,
+                                    256,    70000,  262143 - 5, 262144 - 5,
+                                    262144, 300000, 20,         3};
+  const auto text = [&](std::size_t number, char letter) {
+    return std::string(kSizes[number % std::size(kSizes)], letter) +
+           std::to_string(number);
+  };
+  HeaderTable table;
+  std::vector<std::pair<std::string, std::vector<std::string>>> expected;
+  for (std::size_t i = 0; i < 200; ++i) {
+    const std::size_t name = i * 7 % 120;
+    const std::string value = i % 3 == 0 ? "" : text(i % 31, 'v');
+    table.append(text(name, 'n'), value);
+    auto known = std::find_if(
+        expected.begin(), expected.end(),
+        [&](const auto& field) { return field.first == text(name, 'n'); });
+    if (known == expected.end()) {
+      known = expected.insert(known, {text(name, 'n'), {}});
+    }
+    known->second.push_back(value);
+  }
+  ASSERT_EQ(table.size(), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_TRUE(table.nameAt(i) == expected[i].first) << i;
+    EXPECT_TRUE(valuesOf(table, expected[i].first) == expected[i].second) << i;
+  }
 }
 
 }  // namespace

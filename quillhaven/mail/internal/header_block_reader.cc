@@ -400,54 +400,95 @@ void PendingValue::normaliseNow() {
 std::size_t HeaderBlockReader::read(std::string_view text, std::size_t at,
                                     HeaderTable& table) {
   HeaderBlockReader reader(text, table);
+  at = reader.read(text, at);
+  reader.addPending();
+  return at;
+}
+
+std::size_t HeaderBlockReader::read(std::string_view text, std::size_t at) {
   while (at < text.size()) {
     const HeaderLine line = readHeaderLine(text, at);
     if (line.kind == HeaderLine::Kind::kContinuation) {
       at = skipToNextNewline(text, line.end);
-      if (line.hasValue) reader.value_.extend(line, text, at);
+      if (line.hasValue) value_.extend(line, text, at);
       continue;
     }
-    reader.flush();
+    flush();
     if (line.kind == HeaderLine::Kind::kBlank) return at;
-    if (line.kind == HeaderLine::Kind::kField) reader.readField(line);
+    if (line.kind == HeaderLine::Kind::kField) readField(line);
     at = skipToNextNewline(text, line.end);
   }
   return at;
 }
 
 void HeaderBlockReader::readField(const HeaderLine& line) {
-  storeName(line.name);
+  if (table_.isFull()) {
+    name_ = {};
+  } else {
+    storeName(line.name);
+  }
   if (line.hasValue) value_.set(line);
 }
 
 void HeaderBlockReader::flush() {
-  if (name_.empty()) return;
+  if (name_.text.empty() || table_.isFull()) return;
   if (value_.exists()) value_.normalise();
-  std::string_view value = value_.settled();
+  HeaderTable::Stored value = {HeaderTable::kNotStored, value_.settled()};
   const bool isCarried = value_.isStored();
-  if (isCarried && value.size() > carryingLeft_) {
-    value = {};
+  if (isCarried && value.text.size() > carryingLeft_) {
+    value = HeaderTable::kEmpty;
   } else if (isCarried) {
-    carryingLeft_ -= value.size();
+    carryingLeft_ -= value.text.size();
+    value.place = valuePlace_;
   }
-  const auto stored = table_.add(name_, nameHash_, nameIsNew_, value,
-                                 isCarried || value.empty());
+  const auto stored = table_.hasLargeIndex()
+                          ? addLater(value)
+                          : table_.add(name_, nameHash_, nameIsNew_, value);
   name_ = stored.name;
   nameIsNew_ = false;
-  if (value_.exists() && !isCarried) value_.moveTo(stored.value);
+  if (value_.exists() && !isCarried) {
+    value_.moveTo(stored.value.text);
+    valuePlace_ = stored.value.place;
+  }
+}
+
+// Has a field with the name read last added soon: its place in a large index is
+// out of the caches, and comes in while further fields are read.
+HeaderTable::StoredField HeaderBlockReader::addLater(
+    HeaderTable::Stored value) {
+  if (value.place == HeaderTable::kNotStored) value = table_.store(value.text);
+  if (pending_.empty()) pending_.reserve(kMostPending);
+  pending_.push_back({{name_, value}, nameHash_});
+  if (pending_.size() == kMostPending) addPending();
+  return {name_, value};
+}
+
+void HeaderBlockReader::addPending() {
+  for (const PendingField& pending : pending_) {
+    const auto& [name, value] = pending.field;
+    table_.add(name, pending.hash, false, value);
+  }
+  pending_.clear();
 }
 
 // Puts the name of a field into the table's room, in lower case. The place
 // where the table will look for it comes into the cache while the next line is
 // read.
 void HeaderBlockReader::storeName(std::string_view name) {
-  char* const room = table_.take(name.size() + kVectorSize);
-  const bool isASCII = lowerASCII(name, textEnd_, room);
-  table_.giveBack(kVectorSize + (isASCII ? 0 : name.size()));
-  name_ = isASCII ? std::string_view(room, name.size())
-                  : table_.store(platform::lowercased(name));
+  bool isStored = false;
+  if (name.size() <= HeaderTable::kMostWithSpare) {
+    HeaderTable::Place place;
+    char* const room = table_.takeText(name.size(), kVectorSize, place);
+    isStored = lowerASCII(name, textEnd_, room);
+    if (isStored) {
+      name_ = {place, {room, name.size()}};
+    } else {
+      table_.giveBackText(name.size());
+    }
+  }
+  if (!isStored) name_ = table_.store(platform::lowercased(name));
   nameIsNew_ = true;
-  nameHash_ = table_.expect(name_);
+  nameHash_ = table_.expect(name_.text);
 }
 
 PartHeader readPartHeader(std::string_view block, std::size_t at,

@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "quillhaven/mail/header_table.h"
 
@@ -122,17 +123,28 @@ class HeaderBlockReader {
         value_(text.size()),
         carryingLeft_(kMaximumCarrying *
                       std::max(text.size(), kLeastCarriedBytes)) {}
+  std::size_t read(std::string_view text, std::size_t at);
   void readField(const HeaderLine& line);
   void flush();
   void storeName(std::string_view name);
+  HeaderTable::StoredField addLater(HeaderTable::Stored value);
+  void addPending();
+
+  struct PendingField {
+    HeaderTable::StoredField field;
+    std::uint32_t hash;
+  };
+  static constexpr std::size_t kMostPending = 32;
 
   HeaderTable& table_;
   const char* textEnd_;
-  std::string_view name_;       // in the table's room, in lower case
+  HeaderTable::Stored name_{};  // in lower case; empty before the first
   std::uint32_t nameHash_ = 0;  // of the field line read last
   bool nameIsNew_ = false;      // nothing is filed under it since
   PendingValue value_;
+  HeaderTable::Place valuePlace_ = 0;  // once it is stored
   std::size_t carryingLeft_;
+  std::vector<PendingField> pending_;  // to be added, in this order
 };
 
 // The fields of a part's header that matter: the last of each.

@@ -1,4 +1,4 @@
-#include "quillhaven/strings/path_helpers.h"
+#include "quillhaven/platform/base/paths.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace quillhaven::strings {
+namespace quillhaven::platform {
 namespace {
 
 TEST(PathHelpers, TakePathsApart) {
@@ -113,4 +113,4 @@ TEST(Path, JoinsComponents) {
 }
 
 }  // namespace
-}  // namespace quillhaven::strings
+}  // namespace quillhaven::platform

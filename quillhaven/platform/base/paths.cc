@@ -1,8 +1,8 @@
-#include "quillhaven/strings/path_helpers.h"
+#include "quillhaven/platform/base/paths.h"
 
 #include <cstddef>
 
-namespace quillhaven::strings {
+namespace quillhaven::platform {
 namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
@@ -99,4 +99,4 @@ std::string path(std::span<const std::string_view> withComponents) {
   return joined;
 }
 
-}  // namespace quillhaven::strings
+}  // namespace quillhaven::platform

@@ -1,6 +1,5 @@
 #include "quillhaven/platform/files/folders.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +8,10 @@
 #include <cstdlib>
 #include <string_view>
 #include <utility>
+
+#include "quillhaven/platform/base/unique_fd.h"
+#include "quillhaven/platform/files/internal/accounts.h"
+#include "quillhaven/platform/files/internal/file_reading.h"
 
 namespace quillhaven::platform {
 namespace {
@@ -26,15 +29,8 @@ std::string folderFromEnvironment(const char* variable) {
 }
 
 std::string homeFromAccount() {
-  std::vector<char> buffer(std::size_t{16} * 1024);
-  passwd entry{};
-  passwd* found = nullptr;
-  if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) !=
-          0 ||
-      found == nullptr || found->pw_dir[0] != '/') {
-    return {};
-  }
-  return withoutSlash(found->pw_dir);
+  const auto home = accountHomeFolder();
+  return home && home->starts_with('/') ? withoutSlash(*home) : std::string();
 }
 
 std::string folder(const char* variable, std::string_view belowHome) {
@@ -45,6 +41,43 @@ std::string folder(const char* variable, std::string_view belowHome) {
   if (home.empty()) return {};
   if (home == "/") home.clear();
   return home.append(belowHome);
+}
+
+// Returns the path in a line NAME="$HOME/..." or NAME="/...", the two forms
+// that user-dirs.dirs may have; nothing for other lines. A backslash takes the
+// character behind it as it is.
+std::optional<std::string> userFolderIn(std::string_view line,
+                                        std::string_view name) {
+  constexpr std::string_view kBlanks = " \t";
+  const auto skip = [&line](std::string_view text) {
+    if (!line.starts_with(text)) return false;
+    line.remove_prefix(text.size());
+    return true;
+  };
+  const auto skipBlanks = [&] {
+    line.remove_prefix(std::min(line.size(), line.find_first_not_of(kBlanks)));
+  };
+  skipBlanks();
+  if (!skip(name)) return std::nullopt;
+  skipBlanks();
+  if (!skip("=")) return std::nullopt;
+  skipBlanks();
+  if (!skip("\"")) return std::nullopt;
+  std::string path;
+  if (skip("$HOME")) {
+    path = homeFolder();
+    if (path.empty() || !(line.starts_with('/') || line.starts_with('"'))) {
+      return std::nullopt;
+    }
+    if (path == "/") path.clear();
+  } else if (!line.starts_with('/')) {
+    return std::nullopt;
+  }
+  for (std::size_t i = 0; i < line.size() && line[i] != '"'; ++i) {
+    if (line[i] == '\\' && i + 1 < line.size()) ++i;
+    path.push_back(line[i]);
+  }
+  return path.empty() ? "/" : withoutSlash(path);
 }
 
 }  // namespace
@@ -59,6 +92,33 @@ std::string configurationFolder() {
 }
 
 std::string dataFolder() { return folder("XDG_DATA_HOME", "/.local/share"); }
+
+std::string documentsFolder() {
+  // The file is read here and not by GLib, which keeps what the environment and
+  // the file said when it was first asked, and leaves backslashes in.
+  constexpr std::size_t kMaximumSize = std::size_t{1} << 20;
+  const std::string folder = configurationFolder();
+  UniqueFd file;
+  std::string bytes;
+  if (folder.empty() ||
+      internal::openRegularFile(folder + "/user-dirs.dirs", file) != 0 ||
+      internal::readWhole(file.get(), kMaximumSize, bytes) != 0) {
+    return {};
+  }
+  std::string path;
+  for (std::string_view rest = bytes; !rest.empty();) {
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    rest.remove_prefix(std::min(rest.size(), line.size() + 1));
+    if (auto named = userFolderIn(line, "XDG_DOCUMENTS_DIR")) {
+      path = std::move(*named);  // the last one counts, as in a shell
+    }
+  }
+  return path;
+}
+
+std::optional<std::string> accountHomeFolder() {
+  return internal::homeOfUser(::getuid());
+}
 
 std::vector<std::string> dataFolders() {
   std::vector<std::string> folders;

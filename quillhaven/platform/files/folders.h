@@ -2,6 +2,7 @@
 #ifndef QUILLHAVEN_PLATFORM_FILES_FOLDERS_H_
 #define QUILLHAVEN_PLATFORM_FILES_FOLDERS_H_
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,14 @@ namespace quillhaven::platform {
 [[nodiscard]] std::string homeFolder();
 [[nodiscard]] std::string configurationFolder();  // $XDG_CONFIG_HOME
 [[nodiscard]] std::string dataFolder();           // $XDG_DATA_HOME
+
+// The folder that the user keeps documents in, XDG_DOCUMENTS_DIR in the file
+// user-dirs.dirs of configurationFolder(); empty when that names none.
+[[nodiscard]] std::string documentsFolder();
+
+// The home folder of the real user as the user database has it, whatever the
+// environment says; nothing for a user without an entry. Thread-safe.
+[[nodiscard]] std::optional<std::string> accountHomeFolder();
 
 // The folders in which programs are installed, the most important one first:
 // the user's data folder, then those of $XDG_DATA_DIRS.

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -62,6 +63,22 @@ class TemporaryFile {
     path_.clear();
   }
 
+  // The same unless something is at `path`; returns whether nothing was.
+  bool renameWithoutReplacing(const std::string& path) {
+    if (::fsync(fd_.get()) != 0) fail(path);
+    if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, path.c_str(),
+                    RENAME_NOREPLACE) == 0) {
+      path_.clear();
+      return true;
+    }
+    // Some file systems know links only; the temporary name goes later.
+    if (errno == EINVAL && ::link(path_.c_str(), path.c_str()) == 0) {
+      return true;
+    }
+    if (errno == EEXIST) return false;
+    fail(path);
+  }
+
  private:
   std::string path_;
   UniqueFd fd_;
@@ -77,26 +94,55 @@ std::filesystem::path resolved(const std::string& path) {
   return path;
 }
 
+// The folder of a file, open so that what changes in it can be brought to the
+// disk.
+class FolderOfFile {
+ public:
+  explicit FolderOfFile(const std::filesystem::path& file)
+      : path_(file.parent_path().empty() ? "." : file.parent_path()),
+        fd_(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    if (!fd_.valid()) fail(path_.string());
+  }
+
+  [[nodiscard]] std::string temporaryPathFor(
+      const std::filesystem::path& file) const {
+    return (path_ / ("." + file.filename().string() + ".XXXXXX")).string();
+  }
+
+  void bringToDisk() const {
+    // Some file systems cannot do this to folders, and need not.
+    if (::fsync(fd_.get()) != 0 && errno != EINVAL) fail(path_.string());
+  }
+
+ private:
+  std::filesystem::path path_;
+  UniqueFd fd_;
+};
+
 }  // namespace
 
 void writeFileAtomically(const std::string& path, std::string_view bytes,
                          unsigned mode) {
   const std::filesystem::path target = resolved(path);
-  std::filesystem::path folder = target.parent_path();
-  if (folder.empty()) folder = ".";
-  const UniqueFd folderFd(
-      ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!folderFd.valid()) fail(folder.string());
-
-  TemporaryFile file(
-      (folder / ("." + target.filename().string() + ".XXXXXX")).string());
+  const FolderOfFile folder(target);
+  TemporaryFile file(folder.temporaryPathFor(target));
   file.write(bytes);
   struct stat original {};
   const bool exists = ::stat(target.c_str(), &original) == 0;
   file.takeRights(exists ? &original : nullptr, mode);
   file.rename(target.string());
-  // Some file systems cannot do this to folders, and need not.
-  if (::fsync(folderFd.get()) != 0 && errno != EINVAL) fail(folder.string());
+  folder.bringToDisk();
+}
+
+bool createFileAtomically(const std::string& path, std::string_view bytes,
+                          unsigned mode) {
+  const FolderOfFile folder(path);
+  TemporaryFile file(folder.temporaryPathFor(path));
+  file.write(bytes);
+  file.takeRights(nullptr, mode);
+  const bool isNew = file.renameWithoutReplacing(path);
+  if (isNew) folder.bringToDisk();
+  return isNew;
 }
 
 }  // namespace quillhaven::platform

@@ -1,5 +1,5 @@
-// Replaces files so that readers, and a machine that stops, see the old or the
-// new bytes and nothing between.
+// Replaces and makes files so that readers, and a machine that stops, see the
+// old or the new bytes and nothing between.
 #ifndef QUILLHAVEN_PLATFORM_FILES_ATOMIC_FILE_H_
 #define QUILLHAVEN_PLATFORM_FILES_ATOMIC_FILE_H_
 
@@ -17,6 +17,14 @@ namespace quillhaven::platform {
 // temporary file behind. Thread-safe; of two writers at once one wins.
 void writeFileAtomically(const std::string& path, std::string_view bytes,
                          unsigned mode = 0600);
+
+// Makes such a file where nothing is, and returns true; false, without a
+// change, when something is there already, be it a link that leads nowhere. Of
+// two callers at once exactly one gets true. Throws std::system_error.
+// Thread-safe.
+[[nodiscard]] bool createFileAtomically(const std::string& path,
+                                        std::string_view bytes,
+                                        unsigned mode = 0600);
 
 }  // namespace quillhaven::platform
 

@@ -43,6 +43,22 @@ std::string folder(const char* variable, std::string_view belowHome) {
   return home.append(belowHome);
 }
 
+// `own` unless it is empty, then the folders in the variable's list.
+std::vector<std::string> foldersFrom(std::string own, const char* variable,
+                                     std::string_view byDefault) {
+  std::vector<std::string> folders;
+  if (!own.empty()) folders.push_back(std::move(own));
+  const char* const named = std::getenv(variable);
+  std::string_view rest = named != nullptr ? named : "";
+  if (rest.empty()) rest = byDefault;
+  while (!rest.empty()) {
+    const std::string_view path = rest.substr(0, rest.find(':'));
+    rest.remove_prefix(std::min(rest.size(), path.size() + 1));
+    if (path.starts_with('/')) folders.push_back(withoutSlash(path));
+  }
+  return folders;
+}
+
 // Returns the path in a line NAME="$HOME/..." or NAME="/...", the two forms
 // that user-dirs.dirs may have; nothing for other lines. A backslash takes the
 // character behind it as it is.
@@ -120,22 +136,19 @@ std::optional<std::string> accountHomeFolder() {
   return internal::homeOfUser(::getuid());
 }
 
+std::vector<std::string> configurationFolders() {
+  return foldersFrom(configurationFolder(), "XDG_CONFIG_DIRS", "/etc/xdg");
+}
+
 std::vector<std::string> dataFolders() {
-  std::vector<std::string> folders;
-  if (auto own = dataFolder(); !own.empty()) folders.push_back(std::move(own));
-  const char* const named = std::getenv("XDG_DATA_DIRS");
-  std::string_view rest = named != nullptr ? named : "";
-  if (rest.empty()) rest = "/usr/local/share:/usr/share";
-  while (!rest.empty()) {
-    const std::string_view path = rest.substr(0, rest.find(':'));
-    rest.remove_prefix(std::min(rest.size(), path.size() + 1));
-    if (path.starts_with('/')) folders.push_back(withoutSlash(path));
-  }
-  return folders;
+  return foldersFrom(dataFolder(), "XDG_DATA_DIRS",
+                     "/usr/local/share:/usr/share");
 }
 
 int makeFolder(const std::string& path) {
   constexpr mode_t kOwnerOnly = 0700;
+  // The call would take the text up to the NUL for the path.
+  if (path.find('\0') != std::string::npos) return EINVAL;
   if (::mkdir(path.c_str(), kOwnerOnly) == 0) return 0;
   const std::size_t slash = path.find_last_of('/');
   if (errno == ENOENT && slash != std::string::npos && slash > 0) {

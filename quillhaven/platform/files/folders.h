@@ -15,6 +15,10 @@ namespace quillhaven::platform {
 [[nodiscard]] std::string configurationFolder();  // $XDG_CONFIG_HOME
 [[nodiscard]] std::string dataFolder();           // $XDG_DATA_HOME
 
+// The folders in which settings are looked for, the most important one first:
+// configurationFolder(), then those of $XDG_CONFIG_DIRS.
+[[nodiscard]] std::vector<std::string> configurationFolders();
+
 // The folder that the user keeps documents in, XDG_DOCUMENTS_DIR in the file
 // user-dirs.dirs of configurationFolder(); empty when that names none.
 [[nodiscard]] std::string documentsFolder();

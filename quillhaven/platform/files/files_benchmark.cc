@@ -1,11 +1,17 @@
 // What a component does at start and all the time: reading the information of
-// bundles and single defaults. libplist does the former beside us.
+// bundles and single defaults; libplist does the former beside us. And setting
+// permissions of whole trees, beside chmod.
 #include <benchmark/benchmark.h>
 #include <plist/plist.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
+#include <system_error>
 
+#include "quillhaven/platform/files/file_attributes.h"
 #include "quillhaven/platform/files/property_list.h"
 #include "quillhaven/platform/files/testing/temporary_folder.h"
 #include "quillhaven/platform/files/user_defaults.h"
@@ -152,6 +158,65 @@ BENCHMARK_F(DefaultsBenchmark, BM_Set)(benchmark::State& state) {
   std::int64_t number = 0;
   for (auto _ : state) defaults_.set("number", ++number);
 }
+
+// A tree of files in memory, fifty to a folder and fifty folders to a folder.
+class AttributesBenchmark : public benchmark::Fixture {
+ public:
+  void SetUp(benchmark::State& state) override {
+    constexpr std::int64_t kCount = 50;
+    const char* const memory = "/dev/shm";
+    std::error_code ignored;
+    folder_ = std::filesystem::is_directory(memory, ignored)
+                  ? std::filesystem::path(memory)
+                  : std::filesystem::temp_directory_path();
+    folder_ /= "quillhaven-" + std::to_string(::getpid());
+    for (std::int64_t i = 0; i < state.range(0); ++i) {
+      const auto folder = folder_ / std::to_string(i / kCount / kCount) /
+                          std::to_string(i / kCount % kCount);
+      if (i % kCount == 0) std::filesystem::create_directories(folder);
+      ::mknod((folder / std::to_string(i)).c_str(), S_IFREG | 0600, 0);
+    }
+  }
+  void TearDown(benchmark::State& state) override {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+  }
+
+ protected:
+  // Permissions other than those of the last call.
+  mode_t otherMode() { return mode_ = mode_ == 0755 ? 0700 : 0755; }
+
+  std::filesystem::path folder_;
+
+ private:
+  mode_t mode_ = 0700;
+};
+
+BENCHMARK_DEFINE_F(AttributesBenchmark, BM_SetAttributes)
+(benchmark::State& state) {
+  for (auto _ : state) {
+    setFileAttributesRecursively({.posixPermissions = otherMode()}, folder_);
+  }
+}
+BENCHMARK_REGISTER_F(AttributesBenchmark, BM_SetAttributes)
+    ->Arg(1000)
+    ->Arg(100'000)
+    ->UseRealTime();
+
+// Another program, whose start takes about a millisecond.
+BENCHMARK_DEFINE_F(AttributesBenchmark, BM_Chmod)(benchmark::State& state) {
+  for (auto _ : state) {
+    const std::string command = std::string("chmod -R ") +
+                                (otherMode() == 0755 ? "0755 " : "0700 ") +
+                                folder_.string();
+    if (std::system(command.c_str()) != 0) state.SkipWithError("chmod failed");
+  }
+}
+BENCHMARK_REGISTER_F(AttributesBenchmark, BM_Chmod)
+    ->Arg(1000)
+    ->Arg(100'000)
+    ->UseRealTime();
 
 }  // namespace
 }  // namespace quillhaven::platform

@@ -8,6 +8,7 @@
 #include "cli/command_line.h"
 #include "cli/digest_command.h"
 #include "cli/eval_command.h"
+#include "cli/file_commands.h"
 #include "cli/html_commands.h"
 #include "cli/identity_commands.h"
 #include "cli/keychain_command.h"
@@ -38,6 +39,8 @@ constexpr void (*kCommands[])(CommandLine&) = {
     addPIDsCommand,
     addRunCommand,
     addShellCommand,
+    addNextPathCommand,
+    addLoginItemCommand,
     addEvalCommand,
 };
 // clang-format on

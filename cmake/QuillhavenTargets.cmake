@@ -70,8 +70,12 @@ function(quillhaven_test name)
   quillhaven_developer_options(${name})
   # What is tested has been optimised; the tests themselves need not take the
   # compiler the time, of which they would be half.
+  set(optimisation -O1)
+  if(QUILLHAVEN_SANITIZE)  # holds a comma, which generator expressions split at
+    set(optimisation -O0)
+  endif()
   target_compile_options(${name} PRIVATE
-    $<$<NOT:$<CONFIG:Debug>>:$<IF:$<BOOL:${QUILLHAVEN_SANITIZE}>,-O0,-O1>>)
+    $<$<NOT:$<CONFIG:Debug>>:${optimisation}>)
   add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
   if(arg_THREADS)
     if(NOT TARGET thread_tests)

@@ -163,6 +163,8 @@ bool Operation::addDependency(std::shared_ptr<Operation> dependency,
     const std::lock_guard guard(lock_);
     if (isStarted_ && unlessStarted) return false;
     if (!keepDependency(dependency)) return true;
+    // It would no longer be ready for a start that is on its way.
+    if (isStarted_) return true;
     ++unfinishedDependencies_;
   }
   if (!dependency->addDependent(shared_from_this())) dependencyFinished();

@@ -64,12 +64,14 @@ class Operation : public KeyValueObservable,
   virtual void setCompletionBlock(std::function<void()> block);
 
   // Makes the operation wait for `dependency` to finish. One that it waits for
-  // already is not added again; once the operation has been started, a new one
-  // has no effect on it. Operations that wait for each other never run.
+  // already is not added again; once a queue has started the operation, a new
+  // one is kept and has no effect. Operations that wait for each other never
+  // run.
   // Dependencies are kept until they are removed or the operation goes.
   void addDependency(std::shared_ptr<Operation> dependency);
   // Like addDependency(), but adds nothing and returns false when a queue has
-  // started the operation. An operation it has already counts as added.
+  // started the operation. Returns true otherwise, also for one that it waits
+  // for already.
   [[nodiscard]] bool addDependencyUnlessStarted(
       std::shared_ptr<Operation> dependency);
   void removeDependency(const std::shared_ptr<Operation>& dependency);

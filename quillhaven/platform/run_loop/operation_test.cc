@@ -233,6 +233,34 @@ TEST(Dependencies, AddedToAReadyOperationHoldItBack) {
   EXPECT_FALSE(operation->addDependencyUnlessStarted(block([] {})));
 }
 
+// Gives itself a dependency between the queue's decision to start it and the
+// beginning of its work, as another thread may.
+class LateDependent : public BlockOperation {
+ public:
+  using BlockOperation::BlockOperation;
+  void start() override {
+    addDependency(late);
+    BlockOperation::start();
+  }
+
+  const std::shared_ptr<Operation> late = block([] {});
+};
+
+TEST(Dependencies, AddedToAStartedOperationHaveNoEffect) {
+  OperationQueue queue;
+  bool hasRun = false;
+  const auto operation =
+      std::make_shared<LateDependent>([&] { hasRun = true; });
+  queue.addOperation(operation);
+  operation->waitUntilFinished();
+  EXPECT_TRUE(hasRun);
+  EXPECT_TRUE(operation->isReady());
+  EXPECT_EQ(operation->dependencies(), Operations{operation->late});
+  operation->late->start();
+  operation->removeDependency(operation->late);
+  EXPECT_TRUE(operation->isReady());
+}
+
 // Each operation owns the one before it.
 TEST(Dependencies, ChainOfAnyLengthGoesWithoutRecursion) {
   constexpr int kLength = 100'000;

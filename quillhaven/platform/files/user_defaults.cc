@@ -49,6 +49,15 @@ bool equal(const timespec& a, const timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
+bool isSameFile(const struct stat& a, const struct stat& b) {
+  return a.st_ino == b.st_ino && a.st_dev == b.st_dev;
+}
+
+bool isLink(const std::string& path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
 // True when an open file is as it was: not replaced or removed, which takes a
 // link from it, not renamed, which gives it a new time of change, not written.
 bool isUnchanged(const struct stat& now, const struct stat& before) {
@@ -142,6 +151,7 @@ class UserDefaults::Suite {
   void refresh();
   void reload();
   bool openCurrent();
+  [[nodiscard]] bool isAtPath() const;
   void readOpened();
   void keepDamagedAside() const;
 
@@ -151,15 +161,18 @@ class UserDefaults::Suite {
   // All guarded by lock_.
   UniqueFd fd_;            // the file that values_ come from
   struct stat status_ {};  // of it when it was read
+  bool isBehindLink_ = false;
   PropertyList::Dictionary values_;
   int error_ = 0;
   bool isDamaged_ = false;
+  struct stat reported_ {};  // of the last file that was reported as damaged
 };
 
 void UserDefaults::Suite::refresh() {
   struct stat now {};
-  const bool isCurrent =
-      fd_.valid() && ::fstat(fd_.get(), &now) == 0 && isUnchanged(now, status_);
+  const bool isCurrent = fd_.valid() && ::fstat(fd_.get(), &now) == 0 &&
+                         isUnchanged(now, status_) &&
+                         (!isBehindLink_ || isAtPath());
   if (!isCurrent) reload();
 }
 
@@ -188,10 +201,14 @@ bool UserDefaults::Suite::openCurrent() {
   if (error_ == ENOENT) error_ = 0;
   if (error_ != 0) fd_.reset();
   if (!fd_.valid()) return true;
+  // A link may come to lead to another file, of which this one tells nothing.
+  isBehindLink_ = isLink(path_);
+  return ::fstat(fd_.get(), &status_) == 0 && isAtPath();
+}
+
+bool UserDefaults::Suite::isAtPath() const {
   struct stat atPath {};
-  return ::fstat(fd_.get(), &status_) == 0 &&
-         ::stat(path_.c_str(), &atPath) == 0 &&
-         atPath.st_ino == status_.st_ino && atPath.st_dev == status_.st_dev;
+  return ::stat(path_.c_str(), &atPath) == 0 && isSameFile(atPath, status_);
 }
 
 void UserDefaults::Suite::readOpened() {
@@ -214,17 +231,22 @@ void UserDefaults::Suite::readOpened() {
     return;
   }
   isDamaged_ = true;
+  if (isSameFile(status_, reported_) && isUnchanged(status_, reported_)) return;
+  reported_ = status_;
   logger().log(LogType::kError,
                "\"" + path_ + "\" holds no property list of defaults");
 }
 
 // Links the damaged file under a name that is free, so that replacing it takes
-// only its old name.
+// only its old name. Behind a link, that is beside the file it leads to.
 void UserDefaults::Suite::keepDamagedAside() const {
-  const std::string base = path_ + ".damaged";
+  std::error_code error;
+  const std::string path = std::filesystem::canonical(path_, error).string();
+  if (error) fail(error.value(), path_);
+  const std::string base = path + ".damaged";
   std::string aside = base;
-  for (int number = 2; ::link(path_.c_str(), aside.c_str()) != 0; ++number) {
-    if (errno != EEXIST) fail(errno, path_);
+  for (int number = 2; ::link(path.c_str(), aside.c_str()) != 0; ++number) {
+    if (errno != EEXIST) fail(errno, path);
     aside = base + "-" + std::to_string(number);
   }
   logger().log(LogType::kError,
@@ -241,7 +263,9 @@ void UserDefaults::Suite::change(
   bool isDamaged = false;
   {
     const std::lock_guard guard(lock_);
-    refresh();
+    // Not what a look at the open file takes for current: with the folder
+    // around it replaced, its values would take the place of the new ones.
+    reload();
     if (error_ != 0) fail(error_, path_);
     values = values_;
     isDamaged = isDamaged_;

@@ -22,7 +22,9 @@ namespace quillhaven::platform {
 // A file that holds no property list (damaged, too large, no dictionary) reads
 // as empty, is reported in the log, and is kept as SUITE.plist.damaged (-2, -3
 // ...) by the next change. A file that may not be read reads as empty too and
-// lets no change through.
+// lets no change through. The file may be a link, and stays one; what is kept
+// of a damaged one lies beside the file that it leads to. A read does not see
+// that the folder itself was replaced; a change does, and the reads after it.
 //
 // Copies stand for the same suite and share what they have read. Thread-safe.
 class UserDefaults {

@@ -156,6 +156,37 @@ TEST(UserDefaults, ChangesFromOutsideShowAtTheNextRead) {
   EXPECT_EQ(reader.dictionaryRepresentation(), (Dictionary{{"m", 1}}));
 }
 
+TEST(UserDefaults, FileIsTheOneBehindTheLinkNow) {
+  const TemporaryFolder folder;
+  const auto xml = [](int number) {
+    return *xmlFromPropertyList(Dictionary{{"n", number}});
+  };
+  folder.write("one.plist", xml(1));
+  folder.write("two.plist", xml(2));
+  fs::create_symlink("one.plist", folder.path("suite.plist"));
+  UserDefaults defaults("suite", folder.path());
+  EXPECT_EQ(defaults.integerForKey("n"), 1);
+  fs::remove(folder.path("suite.plist"));
+  fs::create_symlink("two.plist", folder.path("suite.plist"));
+  EXPECT_EQ(defaults.integerForKey("n"), 2);
+  defaults.set("m", 3);
+  EXPECT_TRUE(fs::is_symlink(folder.path("suite.plist")));
+  EXPECT_EQ(folder.read("one.plist"), xml(1));
+  EXPECT_EQ(UserDefaults("two", folder.path()).integerForKey("m"), 3);
+}
+
+TEST(UserDefaults, ChangesAreMadeToTheFolderThatIsThereNow) {
+  const TemporaryFolder folder;
+  UserDefaults defaults("suite", folder.path("folder"));
+  defaults.set("old", 1);
+  EXPECT_EQ(defaults.integerForKey("old"), 1);
+  fs::rename(folder.path("folder"), folder.path("away"));
+  UserDefaults("suite", folder.path("folder")).set("new", 2);
+  defaults.set("newer", 3);
+  EXPECT_EQ(defaults.dictionaryRepresentation(),
+            (Dictionary{{"new", 2}, {"newer", 3}}));
+}
+
 TEST(UserDefaults, ProcessesAndThreadsLoseNoneOfTheirKeys) {
   const TemporaryFolder folder;
   constexpr int kWriters = 4;
@@ -243,10 +274,23 @@ TEST(UserDefaults, DamagedFilesAreKeptAsideAndReported) {
     EXPECT_FALSE(log.contains("suite.plist"));  // reported once a version
     EXPECT_EQ(folder.read("suite.plist"), damage);
     defaults.set("a", number);
+    EXPECT_FALSE(log.contains("holds no property list"));
     EXPECT_EQ(folder.read(aside), damage);
     EXPECT_TRUE(log.contains(aside));
     EXPECT_EQ(defaults.dictionaryRepresentation(), (Dictionary{{"a", number}}));
   }
+}
+
+TEST(UserDefaults, DamagedFilesBehindALinkAreKeptBesideIt) {
+  const LogCapture log;
+  const TemporaryFolder folder;
+  folder.write("real/file", "damaged");
+  fs::create_symlink("real/file", folder.path("suite.plist"));
+  UserDefaults defaults("suite", folder.path());
+  defaults.set("a", 1);
+  EXPECT_EQ(folder.read("real/file.damaged"), "damaged");
+  EXPECT_TRUE(fs::is_symlink(folder.path("suite.plist")));
+  EXPECT_EQ(defaults.integerForKey("a"), 1);
 }
 
 TEST(UserDefaults, ChangesThatCannotBeMadeLeaveTheFileAlone) {

@@ -13,8 +13,9 @@ namespace quillhaven::platform {
 // owner only, brings it to the disk, renames it and brings the folder to the
 // disk. A file that is there keeps its rights and, where allowed, its owner; a
 // new one gets `mode`. A link to a file stays one. Throws std::system_error,
-// and then the file is as it was; a process that is killed may leave the
-// temporary file behind. Thread-safe; of two writers at once one wins.
+// and then the file is as it was, but for a disk that refuses the very last
+// step; a process that is killed may leave the temporary file behind.
+// Thread-safe; of two writers at once one wins.
 void writeFileAtomically(const std::string& path, std::string_view bytes,
                          unsigned mode = 0600);
 

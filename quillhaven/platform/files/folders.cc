@@ -1,5 +1,6 @@
 #include "quillhaven/platform/files/folders.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -96,6 +97,17 @@ std::optional<std::string> userFolderIn(std::string_view line,
   return path.empty() ? "/" : withoutSlash(path);
 }
 
+// Makes one folder and brings its name to the disk, without which nothing in it
+// would outlast a machine that stops.
+int makeFolderIn(const std::string& parent, const std::string& path) {
+  constexpr mode_t kOwnerOnly = 0700;
+  if (::mkdir(path.c_str(), kOwnerOnly) != 0) return errno;
+  const UniqueFd folder(
+      ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder.valid()) ::fsync(folder.get());
+  return 0;
+}
+
 }  // namespace
 
 std::string homeFolder() {
@@ -151,11 +163,16 @@ int makeFolder(const std::string& path) {
   if (path.find('\0') != std::string::npos) return EINVAL;
   if (::mkdir(path.c_str(), kOwnerOnly) == 0) return 0;
   const std::size_t slash = path.find_last_of('/');
-  if (errno == ENOENT && slash != std::string::npos && slash > 0) {
-    if (const int error = makeFolder(path.substr(0, slash))) return error;
-    if (::mkdir(path.c_str(), kOwnerOnly) == 0) return 0;
+  const bool hasParent = slash != std::string::npos && slash != 0;
+  const std::string parent = hasParent    ? path.substr(0, slash)
+                             : slash == 0 ? "/"
+                                          : ".";
+  int error = makeFolderIn(parent, path);
+  if (error == ENOENT && hasParent) {
+    error = makeFolder(parent);
+    if (error == 0) error = makeFolderIn(parent, path);
   }
-  if (errno != EEXIST) return errno;
+  if (error != EEXIST) return error;
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) return errno;
   return S_ISDIR(status.st_mode) ? 0 : ENOTDIR;

@@ -15,7 +15,6 @@ using internal::FoundItems;
 using internal::KeychainFolder;
 using internal::ObjectPaths;
 using internal::SecretServiceClient;
-using internal::UniqueFd;
 
 constexpr const char kBusName[] = "org.freedesktop.secrets";
 

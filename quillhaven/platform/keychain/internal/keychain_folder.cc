@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace quillhaven::platform::internal {
 namespace {
@@ -25,13 +26,28 @@ auto retrying(const Call& call) {
 
 int errnoOf(int result) { return result < 0 ? errno : 0; }
 
+// Makes one folder and brings its name to the disk, without which nothing in it
+// would outlast a machine that stops.
+int makeFolderIn(const std::string& parent, const std::string& path) {
+  if (::mkdir(path.c_str(), kFolderMode) < 0) return errno;
+  const UniqueFd folder(
+      ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder.valid()) ::fsync(folder.get());
+  return 0;
+}
+
 int makeFolders(const std::string& path) {
-  if (::mkdir(path.c_str(), kFolderMode) == 0 || errno == EEXIST) return 0;
   const std::size_t slash = path.find_last_of('/');
-  if (errno != ENOENT || slash == 0 || slash == std::string::npos) return errno;
-  if (const int error = makeFolders(path.substr(0, slash))) return error;
-  const int made = ::mkdir(path.c_str(), kFolderMode);
-  return made < 0 && errno != EEXIST ? errno : 0;
+  const bool hasParent = slash != std::string::npos && slash != 0;
+  const std::string parent = hasParent    ? path.substr(0, slash)
+                             : slash == 0 ? "/"
+                                          : ".";
+  int error = makeFolderIn(parent, path);
+  if (error == ENOENT && hasParent) {
+    error = makeFolders(parent);
+    if (error == 0) error = makeFolderIn(parent, path);
+  }
+  return error == EEXIST ? 0 : error;
 }
 
 int writeAll(int fd, std::string_view bytes) {
@@ -59,15 +75,6 @@ int readAll(int fd, SecretBytes& bytes) {
 
 }  // namespace
 
-UniqueFd& UniqueFd::operator=(UniqueFd&& other) noexcept {
-  std::swap(fd_, other.fd_);
-  return *this;
-}
-
-UniqueFd::~UniqueFd() {
-  if (isValid()) ::close(fd_);
-}
-
 KeychainFolder::KeychainFolder(std::string path, WriteStepHook hook)
     : path_(std::move(path)), hook_(std::move(hook)) {}
 
@@ -77,7 +84,7 @@ int KeychainFolder::read(const char* name, SecretBytes& bytes) const {
   const UniqueFd file(retrying([&] {
     return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   }));
-  if (!file.isValid()) return errno;
+  if (!file.valid()) return errno;
   struct stat status {};
   if (::fstat(file.get(), &status) < 0) return errno;
   if (!S_ISREG(status.st_mode)) return EINVAL;
@@ -95,7 +102,7 @@ int KeychainFolder::lock(UniqueFd& lock) const {
     return ::openat(folder.get(), kLockName,
                     O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kFileMode);
   }));
-  if (!file.isValid()) return errno;
+  if (!file.valid()) return errno;
   if (retrying([&] { return ::flock(file.get(), LOCK_EX); }) < 0) return errno;
   lock = std::move(file);
   return 0;
@@ -128,7 +135,7 @@ int KeychainFolder::open(UniqueFd& folder) const {
   folder = UniqueFd(retrying([&] {
     return ::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   }));
-  if (!folder.isValid()) return errno;
+  if (!folder.valid()) return errno;
   struct stat status {};
   if (::fstat(folder.get(), &status) < 0) return errno;
   if ((status.st_mode & 0077) == 0) return 0;
@@ -144,7 +151,7 @@ int KeychainFolder::writeNew(int folder, std::string_view bytes) const {
                     O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
                     kFileMode);
   }));
-  if (!file.isValid()) return errno;
+  if (!file.valid()) return errno;
   if (const int error = before(WriteStep::kWrite)) return error;
   if (const int error = writeAll(file.get(), bytes)) return error;
   if (const int error = before(WriteStep::kSync)) return error;

@@ -8,27 +8,11 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <utility>
 
+#include "quillhaven/platform/base/unique_fd.h"
 #include "quillhaven/platform/keychain/secret_bytes.h"
 
 namespace quillhaven::platform::internal {
-
-// Closes its descriptor at the end of its life; a negative number is none.
-class UniqueFd {
- public:
-  UniqueFd() = default;
-  explicit UniqueFd(int fd) : fd_(fd) {}
-  UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  UniqueFd& operator=(UniqueFd&& other) noexcept;
-  ~UniqueFd();
-
-  [[nodiscard]] int get() const { return fd_; }
-  [[nodiscard]] bool isValid() const { return fd_ >= 0; }
-
- private:
-  int fd_ = -1;
-};
 
 // What replacing a file does, in order.
 enum class WriteStep { kCreate, kWrite, kSync, kRename, kSyncFolder };

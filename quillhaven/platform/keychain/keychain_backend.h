@@ -59,12 +59,14 @@ struct KeychainItemChange {
 // A store of generic passwords. It translates and nothing more: what a query
 // means is decided by sec_item.h.
 //
-// Every operation is one step for other threads and processes, and leaves the
-// store as it was unless it returns 0. A locked store asks the user to unlock
-// it when an operation needs that, and returns kErrSecUserCanceled when the
-// user declines, kErrSecInteractionNotAllowed when nobody can be asked: never
-// kErrSecItemNotFound. kErrSecNotAvailable: the store cannot be reached, read
-// or written; kErrSecInvalidKeychain: it is damaged and stays so;
+// Every operation on one item is one step for other threads and processes, and
+// leaves the store as it was unless it returns 0; one on several may be a step
+// an item. A locked store asks the user to unlock it when an operation needs
+// that, and returns kErrSecUserCanceled when the user declines,
+// kErrSecInteractionNotAllowed when nobody can be asked: never
+// kErrSecItemNotFound. kErrSecParam: an item without a service, or with text
+// that the store cannot keep; kErrSecNotAvailable: the store cannot be reached,
+// read or written; kErrSecInvalidKeychain: it is damaged and stays so;
 // kErrSecAuthFailed: the passphrase or key is wrong; kErrSecNoDefaultKeychain:
 // there is nowhere to add to. Nothing throws but std::bad_alloc. Thread-safe.
 class KeychainBackend {

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,6 +18,7 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "quillhaven/platform/keychain/internal/sealed_file_store.h"
@@ -431,6 +433,62 @@ TEST_F(SealedFile, TwoProcessesThatWriteAtOnceLoseNothing) {
   std::vector<KeychainItem> found;
   EXPECT_EQ(store.find({"service", {}, false, {}}, {}, found), 0);
   EXPECT_EQ(found.size(), 2U * kCount);
+}
+
+// Waits until somebody waits for the lock on `fd`, a minute at most.
+void waitForWaiter(int fd) {
+  struct stat status {};
+  ASSERT_EQ(::fstat(fd, &status), 0);
+  const std::string inode = ":" + std::to_string(status.st_ino) + " ";
+  bool isWaiting = false;
+  for (int i = 0; !isWaiting && i < 60'000; ++i) {
+    ::usleep(1000);
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+      isWaiting = isWaiting || (line.find("->") != std::string::npos &&
+                                line.find(inode) != std::string::npos);
+    }
+  }
+  EXPECT_TRUE(isWaiting);
+}
+
+// A key may come, or become another, after a writer has looked for it and
+// before it has the lock: a process made it and failed before the first file.
+TEST_F(SealedFile, IsSealedWithTheKeyThatIsThereWhenItIsWritten) {
+  const SecretBytes late = internal::newKeyFile();
+  for (const bool hasKeyBefore : {false, true}) {
+    SCOPED_TRACE(hasKeyBefore);
+    std::filesystem::remove_all(options_.folder);
+    std::filesystem::create_directories(options_.folder);
+    if (hasKeyBefore) {
+      writeFile(keyPath(), std::string(viewOf(internal::newKeyFile())));
+    }
+    const UniqueFd lock(::open(path("keychain.lock").c_str(),
+                               O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    ASSERT_EQ(::flock(lock.get(), LOCK_EX), 0);
+    SealedFileStore store(options_);
+    {
+      const std::jthread writer(
+          [&] { EXPECT_EQ(store.add(itemNamed("a")), 0); });
+      waitForWaiter(lock.get());
+      writeFile(keyPath(), std::string(viewOf(late)));
+      ::flock(lock.get(), LOCK_UN);
+    }
+    EXPECT_EQ(readFile(keyPath()), viewOf(late));
+    EXPECT_EQ(find(store, "a"), 0);
+  }
+}
+
+TEST_F(SealedFile, TakesNothingThatItCouldNotReadBack) {
+  SealedFileStore store(options_);
+  ASSERT_EQ(store.add(itemNamed("a")), 0);
+  KeychainItem item = itemNamed(std::string("b\0c", 3));
+  EXPECT_EQ(store.add(item), kErrSecParam);
+  item.attributes = {"", "b", false, {}};
+  EXPECT_EQ(store.add(item), kErrSecParam);
+  EXPECT_EQ(store.update({"service", "a", false, {}}, {"\xFF", {}}),
+            kErrSecParam);
+  EXPECT_EQ(find(store, "a"), 0);
 }
 
 TEST(DefaultSealedFileFolder, PassesOverRelativeValues) {

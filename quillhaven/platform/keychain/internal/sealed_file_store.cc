@@ -210,6 +210,8 @@ OSStatus SealedFileStore::openRecords(const File& file, const Key& key,
 OSStatus SealedFileStore::writeRecords(Key& key, const Records& records) {
   const auto list = bytesFromRecords(records);
   if (!list) return kErrSecDataTooLarge;
+  // What could not be read back would take all other items with it.
+  if (!recordsFromBytes(viewOf(*list))) return kErrSecParam;
   if (key.master.empty()) {
     if (const OSStatus status = makeKeyFile(key)) return status;
   }
@@ -245,6 +247,12 @@ OSStatus SealedFileStore::changeLocked(Key& key, const Change& change,
   isOtherFile = file.header && !(file.header->derivation == key.derivation &&
                                  fits(*file.header, key.master));
   if (isOtherFile) return kErrSecSuccess;
+  if (!file.header && key.derivation.source == KeySource::kKeyFile) {
+    // A process that failed after it made the key, and before it made the file,
+    // may have left another key than there was before.
+    key = Key();
+    if (const OSStatus status = keyFromKeyFile(file, key)) return status;
+  }
   SecretBytes list;
   Records records;
   if (file.header) {

@@ -2,6 +2,8 @@
 
 #include <glib.h>
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -87,12 +89,30 @@ OSStatus searchUnlocked(SecretServiceClient& client,
   return kErrSecSuccess;
 }
 
+// Calls `work` for each item. One that has gone since it was found, by another
+// thread or program, is passed over; kErrSecItemNotFound if all have.
+template <typename Work>
+OSStatus forEachStillThere(const ObjectPaths& items, const Work& work) {
+  bool isAnyThere = false;
+  for (const std::string& item : items) {
+    const OSStatus status = work(item);
+    if (status == kErrSecItemNotFound) continue;
+    if (status != kErrSecSuccess) return status;
+    isAnyThere = true;
+  }
+  return isAnyThere ? kErrSecSuccess : kErrSecItemNotFound;
+}
+
 OSStatus unlockDefaultCollection(SecretServiceClient& client) {
   std::string collection;
   if (const OSStatus status = client.findDefaultCollection(collection)) {
     return status;
   }
-  return client.unlock({collection});
+  bool isLocked = false;
+  if (const OSStatus status = client.readIsLocked(collection, isLocked)) {
+    return status;
+  }
+  return isLocked ? client.unlock({collection}) : kErrSecSuccess;
 }
 
 OSStatus readItem(SecretServiceClient& client, const std::string& path,
@@ -140,15 +160,17 @@ OSStatus SecretServiceStore::find(const KeychainItemPattern& pattern,
     if (parts.value) {
       if (const OSStatus status = client.unlock(paths.locked)) return status;
     }
+    ObjectPaths all = std::move(paths.unlocked);
+    all.insert(all.end(), paths.locked.begin(), paths.locked.end());
     std::vector<KeychainItem> items;
-    for (const ObjectPaths& list : {paths.unlocked, paths.locked}) {
-      for (const std::string& path : list) {
-        const OSStatus status =
-            readItem(client, path, parts, items.emplace_back());
-        if (status != kErrSecSuccess) return status;
-      }
-    }
-    for (KeychainItem& item : items) found.push_back(std::move(item));
+    const OSStatus status = forEachStillThere(all, [&](const auto& path) {
+      KeychainItem item;
+      const OSStatus read = readItem(client, path, parts, item);
+      if (read == kErrSecSuccess) items.push_back(std::move(item));
+      return read;
+    });
+    if (status != kErrSecSuccess) return status;
+    std::move(items.begin(), items.end(), std::back_inserter(found));
     return kErrSecSuccess;
   });
 }
@@ -166,12 +188,9 @@ OSStatus SecretServiceStore::update(const KeychainItemPattern& pattern,
       }
     }
     if (!change.value) return kErrSecSuccess;
-    for (const std::string& item : items) {
-      if (const OSStatus status = client.writeValue(item, *change.value)) {
-        return status;
-      }
-    }
-    return kErrSecSuccess;
+    return forEachStillThere(items, [&](const std::string& item) {
+      return client.writeValue(item, *change.value);
+    });
   });
 }
 
@@ -218,10 +237,8 @@ OSStatus SecretServiceStore::remove(const KeychainItemPattern& pattern) {
     if (const OSStatus status = searchUnlocked(client, pattern, items)) {
       return status;
     }
-    for (const std::string& item : items) {
-      if (const OSStatus status = client.remove(item)) return status;
-    }
-    return kErrSecSuccess;
+    return forEachStillThere(
+        items, [&](const std::string& item) { return client.remove(item); });
   });
 }
 

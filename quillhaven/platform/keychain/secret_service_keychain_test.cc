@@ -133,21 +133,28 @@ TEST_F(SecretServiceKeychain, SaysThatThereIsNoDefaultKeychain) {
 }
 
 TEST_F(SecretServiceKeychain, LeavesItemsOfOthersAlone) {
-  const auto storeTheirs = [] {
-    return ::secret_password_store_sync(SECRET_SCHEMA_COMPAT_NETWORK, nullptr,
-                                        "theirs", "theirs", nullptr, nullptr,
-                                        "user", "com.example.service", nullptr);
-  };
-  ASSERT_TRUE(storeTheirs());
+  // The schema's name is all that tells theirs from ours.
+  SecretSchema schema{};
+  schema.name = "com.example.Theirs";
+  schema.attributes[0] = {"service", SECRET_SCHEMA_ATTRIBUTE_STRING};
+  schema.attributes[1] = {"account", SECRET_SCHEMA_ATTRIBUTE_STRING};
+  const internal::GHashTablePtr attributes(::secret_attributes_build(
+      &schema, "service", "com.example.service", "account", "a", nullptr));
+  SecretValue* const theirs = ::secret_value_new("theirs", -1, "text/plain");
+  ASSERT_TRUE(::secret_service_store_sync(nullptr, &schema, attributes.get(),
+                                          nullptr, "theirs", theirs, nullptr,
+                                          nullptr));
+  ::secret_value_unref(theirs);
+  EXPECT_EQ(secItemCopyMatching(query_).status, kErrSecItemNotFound);
   ASSERT_EQ(secItemAdd(query_), 0);
   query_.matchLimit = SecMatchLimit::kAll;
   query_.account.reset();
   EXPECT_EQ(secItemDelete(query_), 0);
-  const internal::GStringPtr password(::secret_password_lookup_sync(
-      SECRET_SCHEMA_COMPAT_NETWORK, nullptr, nullptr, "user",
-      "com.example.service", nullptr));
-  ASSERT_TRUE(password);
-  EXPECT_STREQ(password.get(), "theirs");
+  SecretValue* const found = ::secret_service_lookup_sync(
+      nullptr, &schema, attributes.get(), nullptr, nullptr);
+  ASSERT_NE(found, nullptr);
+  EXPECT_STREQ(::secret_value_get_text(found), "theirs");
+  ::secret_value_unref(found);
 }
 
 TEST_F(SecretServiceKeychain, ThreadsThatAddTheSameItemMakeOne) {
@@ -165,6 +172,42 @@ TEST_F(SecretServiceKeychain, ThreadsThatAddTheSameItemMakeOne) {
     EXPECT_EQ(secItemDelete(query_), 0);
     EXPECT_EQ(secItemDelete(query_), kErrSecItemNotFound);
   }
+}
+
+TEST_F(SecretServiceKeychain, PassesOverItemsThatGoMeanwhile) {
+  constexpr int kGoing = 20;
+  SecItemQuery all = query_;
+  all.account.reset();
+  all.valueData.reset();
+  all.matchLimit = SecMatchLimit::kAll;
+  for (const bool isSearch : {true, false}) {
+    SCOPED_TRACE(isSearch);
+    for (int i = 0; i < kGoing; ++i) {
+      query_.account = std::to_string(i);
+      ASSERT_EQ(secItemAdd(query_), 0);
+    }
+    query_.account = "stays";
+    ASSERT_EQ(secItemAdd(query_), 0);
+    const std::jthread other([one = query_]() mutable {
+      for (int i = kGoing; i-- > 0;) {
+        one.account = std::to_string(i);
+        const OSStatus status = secItemDelete(one);
+        EXPECT_TRUE(status == 0 || status == kErrSecItemNotFound) << status;
+      }
+    });
+    for (std::size_t left = kGoing + 1; isSearch && left > 1;) {
+      left = secItemCopyMatching(all).items.size();
+      ASSERT_GE(left, 1U);
+      EXPECT_EQ(secItemUpdate(all, {{}, secretBytesFrom("new")}), 0);
+    }
+    EXPECT_EQ(secItemDelete(all), 0);
+    EXPECT_EQ(secItemCopyMatching(query_).status, kErrSecItemNotFound);
+  }
+}
+
+TEST_F(SecretServiceKeychain, UnlocksWhatIsNotLockedWithoutAsking) {
+  secKeychainSetUserInteractionAllowed(false);
+  EXPECT_EQ(secKeychainUnlock(), 0);
 }
 
 TEST(KeychainStatusFrom, KnowsTheErrorsOfEveryLayer) {

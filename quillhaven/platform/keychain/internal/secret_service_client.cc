@@ -155,20 +155,12 @@ OSStatus SecretServiceClient::search(const KeychainItemPattern& pattern,
 
 OSStatus SecretServiceClient::readAttributes(
     const std::string& item, KeychainItemAttributes& attributes) {
-  GVariantPtr result;
-  if (const OSStatus status =
-          call({item.c_str(), kPropertiesInterface, "Get", kErrSecItemNotFound},
-               ::g_variant_new("(ss)", kItemInterface, "Attributes"), "(v)",
-               result)) {
-    return status;
-  }
   GVariantPtr value;
-  ::g_variant_get(result.get(), "(v)", static_cast<GVariant**>(Receive(value)));
-  if (!::g_variant_is_of_type(value.get(), G_VARIANT_TYPE("a{ss}"))) {
-    return kErrSecNotAvailable;
-  }
-  attributes = attributesFrom(value.get());
-  return kErrSecSuccess;
+  const OSStatus status = readProperty(
+      {item.c_str(), kItemInterface, "Attributes", kErrSecItemNotFound},
+      "a{ss}", value);
+  if (status == kErrSecSuccess) attributes = attributesFrom(value.get());
+  return status;
 }
 
 OSStatus SecretServiceClient::readValue(const std::string& item,
@@ -257,6 +249,19 @@ OSStatus SecretServiceClient::findDefaultCollection(std::string& collection) {
   return kErrSecSuccess;
 }
 
+OSStatus SecretServiceClient::readIsLocked(const std::string& collection,
+                                           bool& isLocked) {
+  GVariantPtr value;
+  const OSStatus status =
+      readProperty({collection.c_str(), kCollectionInterface, "Locked",
+                    kErrSecNoDefaultKeychain},
+                   "b", value);
+  if (status == kErrSecSuccess) {
+    isLocked = ::g_variant_get_boolean(value.get()) != FALSE;
+  }
+  return status;
+}
+
 OSStatus SecretServiceClient::lock(const std::string& collection) {
   GErrorPtr error;
   GStringListPtr locked;
@@ -281,6 +286,23 @@ OSStatus SecretServiceClient::unlock(const ObjectPaths& objects) {
   // A dismissed prompt is no error to the service: nothing was unlocked.
   return static_cast<std::size_t>(count) < objects.size() ? kErrSecUserCanceled
                                                           : kErrSecSuccess;
+}
+
+OSStatus SecretServiceClient::readProperty(const Method& property,
+                                           const char* type,
+                                           GVariantPtr& value) {
+  GVariantPtr result;
+  if (const OSStatus status =
+          call({property.object, kPropertiesInterface, "Get",
+                property.missingObject},
+               ::g_variant_new("(ss)", property.interface, property.name),
+               "(v)", result)) {
+    return status;
+  }
+  ::g_variant_get(result.get(), "(v)", static_cast<GVariant**>(Receive(value)));
+  return ::g_variant_is_of_type(value.get(), G_VARIANT_TYPE(type)) != FALSE
+             ? kErrSecSuccess
+             : kErrSecNotAvailable;
 }
 
 OSStatus SecretServiceClient::statusOf(const GErrorPtr& error,

@@ -51,6 +51,7 @@ class SecretServiceClient {
   OSStatus remove(const std::string& item);
 
   OSStatus findDefaultCollection(std::string& collection);
+  OSStatus readIsLocked(const std::string& collection, bool& isLocked);
   OSStatus lock(const std::string& collection);
 
   // Asks the user to unlock what is locked of `objects`; kErrSecUserCanceled
@@ -68,6 +69,8 @@ class SecretServiceClient {
   };
   OSStatus call(const Method& method, GVariant* arguments,
                 const char* resultType, GVariantPtr& result);
+  OSStatus readProperty(const Method& property, const char* type,
+                        GVariantPtr& value);
   OSStatus afterPrompt(const GVariantPtr& result, gsize index);
 
   GObjectPtr<SecretService> service_;

@@ -44,9 +44,11 @@ std::mutex& sinkLock() {
 }
 
 // The host's sink; null while the standard one is in force. Guarded by
-// sinkLock(). Shared, so that a sink lives until its last message has returned.
+// sinkLock(). Shared, so that a sink lives until its last message has returned;
+// still there for what other threads log while the process ends.
 std::shared_ptr<const LogSink>& hostSink() {
-  static std::shared_ptr<const LogSink> sink;
+  using Shared = std::shared_ptr<const LogSink>;
+  static Shared& sink = *std::make_unique<Shared>().release();
   return sink;
 }
 

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,6 +22,9 @@ namespace {
 using identity::Keychain;
 using identity::KeychainError;
 using platform::SecretBytes;
+
+constexpr const char* kOperationList =
+    "save, update, get, exists, remove, reset or lock-unlock";
 
 struct KeychainOptions {
   bool isWhich = false;
@@ -101,6 +106,12 @@ int runOperation(const KeychainOptions& options) {
   return kDone;
 }
 
+bool isOperation(std::string_view text) {
+  constexpr std::string_view kOperations[] = {
+      "save", "update", "get", "exists", "remove", "reset", "lock-unlock"};
+  return std::ranges::find(kOperations, text) != std::end(kOperations);
+}
+
 std::string reasonOf(const KeychainError& error) {
   if (error == KeychainError::passwordEncoding()) {
     return "the password is not valid UTF-8";
@@ -118,6 +129,9 @@ int keychain(const KeychainOptions& options) {
     return writeLine(std::string(platform::keychainBackend()->name()), kDone);
   }
   if (options.operation.empty()) return wrongUsage("name an OPERATION");
+  if (!isOperation(options.operation)) {
+    return wrongUsage(std::string("OPERATION is none of ") + kOperationList);
+  }
   const bool isOfService = options.operation != "lock-unlock";
   if (isOfService && !options.service) return wrongUsage("name a --service");
   if (options.operation == "reset" &&
@@ -137,11 +151,8 @@ int keychain(const KeychainOptions& options) {
 }
 
 void addOptions(Command& command, KeychainOptions& options) {
-  command
-      .argument("OPERATION", options.operation,
-                "save, update, get, exists, remove, reset or lock-unlock")
-      .oneOf({"save", "update", "get", "exists", "remove", "reset",
-              "lock-unlock"});
+  // Not by oneOf(), which shows what it refuses.
+  command.argument("OPERATION", options.operation, kOperationList);
   command.option("--service", "S", options.service,
                  "the service that the passwords belong to");
   command.option("--account", "A", options.account,

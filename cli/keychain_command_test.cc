@@ -185,7 +185,12 @@ TEST(KeychainCommand, TellsUsageFromWork) {
       {{}, "", 2, "", "quillhaven: name an OPERATION"},
       {{"--service", "S"}, "", 2, "", "quillhaven: name an OPERATION"},
       {{"get"}, "", 2, "", "quillhaven: name a --service"},
-      {{"--service", "S", "frob"}, "", 2, "", "quillhaven: OPERATION: "},
+      {{"--service", "S", "hunter2"},
+       "",
+       2,
+       "",
+       "quillhaven: OPERATION is none of save, update, get, exists, remove, "
+       "reset or lock-unlock\nTry"},
       {{"--service", "S", "reset", "--account", "A"},
        "",
        2,

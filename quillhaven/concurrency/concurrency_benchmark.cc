@@ -1,8 +1,13 @@
-// The unfair lock beside the standard library's, and a completion queue.
+// The unfair lock beside the standard library's, a completion queue, and the
+// memory of operations beside that of another library's tasks.
 #include <benchmark/benchmark.h>
+#include <malloc.h>
 
 #include <atomic>
+#include <boost/asio/post.hpp>
+#include <boost/asio/thread_pool.hpp>
 #include <cstdint>
+#include <latch>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -81,6 +86,72 @@ void BM_CompletionQueue(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(BM_CompletionQueue)
+    ->RangeMultiplier(10)
+    ->Range(1000, 100'000)
+    ->UseRealTime();
+
+std::size_t heapInUse() { return ::mallinfo2().uordblks; }
+
+// What pieces of work take on the heap while they wait. The first measurement
+// is made before they are there, and they go on other threads.
+class HeapOfWork {
+ public:
+  void report(benchmark::State& state) const {
+    state.counters["bytes_each"] = static_cast<double>(heapInUse() - before_) /
+                                   static_cast<double>(state.range(0));
+  }
+  void waitUntilGone() const {
+    constexpr std::size_t kOfThreads = 100'000;
+    while (heapInUse() > before_ + kOfThreads) std::this_thread::yield();
+  }
+
+ private:
+  const std::size_t before_ = heapInUse();
+};
+
+template <typename Queue>
+void BM_MemoryOfQueuedOperations(benchmark::State& state) {
+  std::atomic<std::int64_t> runs = 0;
+  for (auto _ : state) {
+    Queue queue;
+    queue.setSuspended(true);
+    const HeapOfWork heap;
+    for (std::int64_t i = 0; i < state.range(0); ++i) {
+      queue.addOperationWithBlock([&runs] { ++runs; });
+    }
+    heap.report(state);
+    queue.setSuspended(false);
+    queue.waitUntilAllOperationsAreFinished();
+    heap.waitUntilGone();
+  }
+}
+BENCHMARK(BM_MemoryOfQueuedOperations<platform::OperationQueue>)
+    ->RangeMultiplier(10)
+    ->Range(1000, 100'000)
+    ->UseRealTime();
+BENCHMARK(BM_MemoryOfQueuedOperations<CompletionOperationQueue>)
+    ->RangeMultiplier(10)
+    ->Range(1000, 100'000)
+    ->UseRealTime();
+
+// The peer, whose tasks know no state, cancellation or dependencies.
+void BM_MemoryOfAsioTasks(benchmark::State& state) {
+  std::atomic<std::int64_t> runs = 0;
+  for (auto _ : state) {
+    boost::asio::thread_pool pool(1);
+    std::latch mayStart(1);
+    boost::asio::post(pool, [&mayStart] { mayStart.wait(); });
+    const HeapOfWork heap;
+    for (std::int64_t i = 0; i < state.range(0); ++i) {
+      boost::asio::post(pool, [&runs] { ++runs; });
+    }
+    heap.report(state);
+    mayStart.count_down();
+    pool.join();
+    heap.waitUntilGone();
+  }
+}
+BENCHMARK(BM_MemoryOfAsioTasks)
     ->RangeMultiplier(10)
     ->Range(1000, 100'000)
     ->UseRealTime();

@@ -1,8 +1,10 @@
 #include "quillhaven/platform/run_loop/key_value_observing.h"
 
 #include <algorithm>
+#include <mutex>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "quillhaven/platform/base/fatal_error.h"
 
@@ -87,17 +89,35 @@ void KeyValueObservation::invalidate() noexcept {
   if (const auto observer = std::move(observer_)) observer->end();
 }
 
-KeyValueObservable::~KeyValueObservable() = default;
+struct KeyValueObservable::Observers {
+  std::mutex lock;
+  std::vector<std::shared_ptr<internal::KeyValueObserver>> list;  // guarded
+};
+
+KeyValueObservable::~KeyValueObservable() {
+  const std::unique_ptr<Observers> last(observers_.load());
+}
+
+KeyValueObservable::Observers& KeyValueObservable::observers() {
+  Observers* there = observers_.load();
+  if (there == nullptr) {
+    auto made = std::make_unique<Observers>();
+    if (observers_.compare_exchange_strong(there, made.get())) {
+      there = made.release();
+    }
+  }
+  return *there;
+}
 
 KeyValueObservation KeyValueObservable::observe(
     std::string_view key, KeyValueObservingOptions options, Handler handler) {
   auto observer = std::make_shared<internal::KeyValueObserver>(
       *this, key, options, std::move(handler));
   {
-    const std::lock_guard guard(observersLock_);
-    std::erase_if(observers_, [](const auto& old) { return old->isOver(); });
-    observers_.push_back(observer);
-    observerCount_.exchange(observers_.size());
+    Observers& all = observers();
+    const std::lock_guard guard(all.lock);
+    std::erase_if(all.list, [](const auto& old) { return old->isOver(); });
+    all.list.push_back(observer);
   }
   if (observer->wants(KeyValueObservingOptions::kInitial)) {
     observer->tell(*this);
@@ -117,17 +137,17 @@ KeyValueObservable::keyPathsForValuesAffectingValue(std::string_view) const {
 }
 
 void KeyValueObservable::didChangeValueForKey(std::string_view key) {
-  // Read by writing: either this sees an observer that begins now, or the
-  // observer, who reads the value after it has counted itself, sees the change.
-  if (observerCount_.fetch_add(0) != 0) tellObservers(key);
+  // Read by writing: either this sees that there are observers, or the first
+  // one, who reads the value after it has said so, sees the change.
+  if (Observers* const all = observers_.fetch_add(0)) tell(*all, key);
   valueDidChange(key);
 }
 
-void KeyValueObservable::tellObservers(std::string_view key) {
+void KeyValueObservable::tell(Observers& observers, std::string_view key) {
   std::vector<std::shared_ptr<internal::KeyValueObserver>> affected;
   {
-    const std::lock_guard guard(observersLock_);
-    for (const auto& observer : observers_) {
+    const std::lock_guard guard(observers.lock);
+    for (const auto& observer : observers.list) {
       if (observer->isAffectedBy(key)) affected.push_back(observer);
     }
   }

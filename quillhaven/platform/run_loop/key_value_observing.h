@@ -7,10 +7,8 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <span>
 #include <string_view>
-#include <vector>
 
 namespace quillhaven::platform {
 
@@ -94,12 +92,13 @@ class KeyValueObservable {
   // For a base class that follows its own keys; called after each change.
   virtual void valueDidChange(std::string_view /*key*/) {}
 
-  void tellObservers(std::string_view key);
+  struct Observers;
 
-  std::mutex observersLock_;
-  std::vector<std::shared_ptr<internal::KeyValueObserver>>
-      observers_;                              // guarded by observersLock_
-  std::atomic<std::size_t> observerCount_{0};  // of observers_, to look first
+  Observers& observers();
+  void tell(Observers& observers, std::string_view key);
+
+  // Most objects have none: made by the first observe(), and kept.
+  std::atomic<Observers*> observers_{nullptr};
 };
 
 }  // namespace quillhaven::platform

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <unordered_set>
 #include <utility>
 
 #include "quillhaven/platform/base/fatal_error.h"
@@ -40,10 +41,26 @@ void release(Operations dependencies) {
 
 }  // namespace
 
+// What few operations have, out of the way of the many that wait in a queue.
+struct Operation::Extras {
+  std::function<void()> completionBlock;
+  Operations dependencies;
+  // Of the dependencies when they are many.
+  std::unordered_set<const Operation*> dependencyIndex;
+};
+
 Operation::Operation() = default;
 
 Operation::~Operation() {
-  if (!dependencies_.empty()) release(std::move(dependencies_));
+  if (extras_ && !extras_->dependencies.empty()) {
+    release(std::move(extras_->dependencies));
+  }
+}
+
+// Called with the lock held.
+Operation::Extras& Operation::extras() {
+  if (!extras_) extras_ = std::make_unique<Extras>();
+  return *extras_;
 }
 
 void Operation::start() {
@@ -83,12 +100,12 @@ bool Operation::isReady() const {
 
 std::function<void()> Operation::completionBlock() const {
   const std::lock_guard guard(lock_);
-  return completionBlock_;
+  return extras_ ? extras_->completionBlock : nullptr;
 }
 
 void Operation::setCompletionBlock(std::function<void()> block) {
   const std::lock_guard guard(lock_);
-  std::swap(completionBlock_, block);
+  if (block || extras_) std::swap(extras().completionBlock, block);
 }
 
 std::any Operation::valueForKey(std::string_view key) const {
@@ -123,7 +140,7 @@ void Operation::tellFinished() {
   {
     const std::lock_guard guard(lock_);
     dependents.swap(dependents_);
-    completionBlock.swap(completionBlock_);
+    if (extras_) completionBlock.swap(extras_->completionBlock);
   }
   for (const auto& weak : dependents) {
     if (const auto dependent = weak.lock()) dependent->dependencyFinished();
@@ -173,22 +190,19 @@ bool Operation::addDependency(std::shared_ptr<Operation> dependency,
 
 // Returns false if it is there already. Called with the lock held.
 bool Operation::keepDependency(const std::shared_ptr<Operation>& dependency) {
-  if (dependencies_.size() < kDependenciesWithoutIndex) {
-    if (std::find(dependencies_.begin(), dependencies_.end(), dependency) !=
-        dependencies_.end()) {
+  auto& [completionBlock, dependencies, index] = extras();
+  if (dependencies.size() < kDependenciesWithoutIndex) {
+    if (std::find(dependencies.begin(), dependencies.end(), dependency) !=
+        dependencies.end()) {
       return false;
     }
   } else {
-    if (!dependencyIndex_) {
-      dependencyIndex_ =
-          std::make_unique<std::unordered_set<const Operation*>>();
-      for (const auto& other : dependencies_) {
-        dependencyIndex_->insert(other.get());
-      }
+    if (index.empty()) {
+      for (const auto& other : dependencies) index.insert(other.get());
     }
-    if (!dependencyIndex_->insert(dependency.get()).second) return false;
+    if (!index.insert(dependency.get()).second) return false;
   }
-  dependencies_.push_back(dependency);
+  dependencies.push_back(dependency);
   return true;
 }
 
@@ -212,15 +226,15 @@ bool Operation::removeDependent(const Operation* dependent) {
 void Operation::removeDependency(const std::shared_ptr<Operation>& dependency) {
   {
     const std::lock_guard guard(lock_);
-    if (std::erase(dependencies_, dependency) == 0) return;
-    dependencyIndex_.reset();
+    if (!extras_ || std::erase(extras_->dependencies, dependency) == 0) return;
+    extras_->dependencyIndex.clear();
   }
   if (dependency->removeDependent(this)) dependencyFinished();
 }
 
 Operations Operation::dependencies() const {
   const std::lock_guard guard(lock_);
-  return dependencies_;
+  return extras_ ? extras_->dependencies : Operations();
 }
 
 // Returns false if the operation is in `queue` already.

@@ -12,7 +12,6 @@
 #include <mutex>
 #include <span>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "quillhaven/platform/run_loop/key_value_observing.h"
@@ -88,12 +87,14 @@ class Operation : public KeyValueObservable,
  private:
   friend class internal::QueueCore;
 
+  struct Extras;
   enum class Finish : std::uint32_t { kNot, kBeingTold, kTold };
   enum class Place : std::uint8_t { kWaiting, kReady, kStarted, kGone };
 
   void valueDidChange(std::string_view key) override;
   [[nodiscard]] bool isAffected(std::string_view key,
                                 std::string_view by) const;
+  Extras& extras();
   void markFinished();
   void tellFinished();
   void dependencyFinished();
@@ -115,12 +116,9 @@ class Operation : public KeyValueObservable,
   std::atomic<Finish> finish_{Finish::kNot};
   std::atomic<std::size_t> unfinishedDependencies_{0};
 
-  mutable std::mutex lock_;  // of the members up to the next blank line
-  bool isStarted_ = false;   // by a queue
-  std::function<void()> completionBlock_;
-  std::vector<std::shared_ptr<Operation>> dependencies_;
-  // Of dependencies_ when they are many.
-  std::unique_ptr<std::unordered_set<const Operation*>> dependencyIndex_;
+  mutable std::mutex lock_;         // of the members up to the next blank line
+  bool isStarted_ = false;          // by a queue
+  std::unique_ptr<Extras> extras_;  // null while all in there is empty
   std::vector<std::weak_ptr<Operation>> dependents_;  // yet to be told
 
   std::shared_ptr<internal::QueueCore> queue_;

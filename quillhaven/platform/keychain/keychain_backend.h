@@ -84,7 +84,7 @@ class KeychainBackend {
 
   // Appends the items that match to `found`, which stays as it was on failure;
   // kErrSecItemNotFound if none does. A locked store is unlocked only for
-  // values.
+  // values, and for attributes that it hides while it is locked.
   virtual OSStatus find(const KeychainItemPattern& pattern,
                         KeychainItemParts parts,
                         std::vector<KeychainItem>& found) = 0;

@@ -101,6 +101,23 @@ TEST(KeychainPrompt, UnlocksWhatTheUserAllows) {
   ASSERT_EQ(matches.items.size(), 1U);
   EXPECT_EQ(viewOf(*matches.items[0].valueData), "secret");
 
+  // So does reading from a keyring that the service has never seen open, of
+  // which it knows hashes of attributes only; for attributes as well.
+  SecItemQuery attributes = query;
+  attributes.account.reset();
+  attributes.returnAttributes = true;
+  for (const SecItemQuery& each : {query, attributes}) {
+    session.startKeyring(false);
+    Typist allowsReadingAnew(SecretServiceSession::kPassword, "Return");
+    const SecItemMatches anew = secItemCopyMatching(each);
+    EXPECT_TRUE(allowsReadingAnew.wasAsked());
+    ASSERT_EQ(anew.items.size(), 1U);
+    EXPECT_EQ(viewOf(*anew.items[0].valueData), "secret");
+    if (each.returnAttributes) {
+      EXPECT_EQ(anew.items[0].attributes->account, "a");
+    }
+  }
+
   ASSERT_EQ(secKeychainLock(), 0);
   query.account = "b";
   Typist allowsAdding(SecretServiceSession::kPassword, "Return");

@@ -43,8 +43,8 @@ class SecretServiceStore : public KeychainBackend {
  private:
   OSStatus addUnlessThere(SecretServiceClient& client,
                           const KeychainItem& item) const;
-  OSStatus move(SecretServiceClient& client, const ObjectPaths& items,
-                const std::string& account) const;
+  OSStatus move(SecretServiceClient& client, const KeychainItemPattern& pattern,
+                const ObjectPaths& items, const std::string& account) const;
 
   const KeychainFolder lockFolder_;
 };
@@ -116,11 +116,16 @@ OSStatus unlockDefaultCollection(SecretServiceClient& client) {
 }
 
 OSStatus readItem(SecretServiceClient& client, const std::string& path,
-                  KeychainItemParts parts, KeychainItem& item) {
+                  const KeychainItemPattern& pattern, KeychainItemParts parts,
+                  KeychainItem& item) {
   if (parts.attributes) {
-    if (const OSStatus status = client.readAttributes(path, item.attributes)) {
-      return status;
+    OSStatus status = client.readAttributes(path, pattern, item.attributes);
+    if (status == kErrSecInteractionNotAllowed) {
+      status = client.unlock({path});
+      if (status != kErrSecSuccess) return status;
+      status = client.readAttributes(path, pattern, item.attributes);
     }
+    if (status != kErrSecSuccess) return status;
   }
   return parts.value ? client.readValue(path, item.value) : kErrSecSuccess;
 }
@@ -165,7 +170,7 @@ OSStatus SecretServiceStore::find(const KeychainItemPattern& pattern,
     std::vector<KeychainItem> items;
     const OSStatus status = forEachStillThere(all, [&](const auto& path) {
       KeychainItem item;
-      const OSStatus read = readItem(client, path, parts, item);
+      const OSStatus read = readItem(client, path, pattern, parts, item);
       if (read == kErrSecSuccess) items.push_back(std::move(item));
       return read;
     });
@@ -183,7 +188,8 @@ OSStatus SecretServiceStore::update(const KeychainItemPattern& pattern,
       return status;
     }
     if (change.account) {
-      if (const OSStatus status = move(client, items, *change.account)) {
+      if (const OSStatus status =
+              move(client, pattern, items, *change.account)) {
         return status;
       }
     }
@@ -196,6 +202,7 @@ OSStatus SecretServiceStore::update(const KeychainItemPattern& pattern,
 
 // Gives items another account, none of them if one would meet another item.
 OSStatus SecretServiceStore::move(SecretServiceClient& client,
+                                  const KeychainItemPattern& pattern,
                                   const ObjectPaths& items,
                                   const std::string& account) const {
   UniqueFd lock;
@@ -203,7 +210,8 @@ OSStatus SecretServiceStore::move(SecretServiceClient& client,
   std::vector<KeychainItemAttributes> moved;
   for (const std::string& item : items) {
     KeychainItemAttributes attributes;
-    if (const OSStatus status = client.readAttributes(item, attributes)) {
+    if (const OSStatus status =
+            client.readAttributes(item, pattern, attributes)) {
       return status;
     }
     attributes.account = account;

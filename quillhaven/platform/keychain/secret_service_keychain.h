@@ -17,11 +17,11 @@ inline constexpr const char kSecretServiceName[] = "secret-service";
 
 // Returns a store in the service. New items go to its default collection; items
 // are found in all collections. They carry the attributes "service", "account",
-// "synchronizable" ("0" or "1") and, where it is set, "accessible" ("always"),
-// under the schema "com.quillhaven.GenericPassword"; items of other schemas are
-// left alone. Locking locks the default collection for all programs. Two
-// processes of ours that add the same item at once make one; other programs may
-// still make a second.
+// "synchronizable" ("0" or "1"), where it is set "accessible" ("always"), and
+// "class", which is "com.quillhaven.GenericPassword" like their schema; items
+// without that class are left alone. Locking locks the default collection for
+// all programs. Two processes of ours that add the same item at once make one;
+// other programs may still make a second.
 [[nodiscard]] std::shared_ptr<KeychainBackend> makeSecretServiceKeychain();
 
 }  // namespace quillhaven::platform

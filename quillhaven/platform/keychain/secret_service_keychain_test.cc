@@ -61,36 +61,58 @@ class SecretServiceKeychain : public ::testing::Test {
 };
 
 TEST_F(SecretServiceKeychain, TellsLockedFromMissing) {
-  ASSERT_EQ(secItemAdd(query_), 0);
-  EXPECT_EQ(secKeychainLock(), 0);
-  EXPECT_EQ(secKeychainLock(), 0);
+  query_.synchronizable = true;
+  query_.accessible = SecAttrAccessible::kAlways;
+  // A service that starts with a locked keyring knows less of it than one that
+  // has locked it: only hashes of attributes.
+  for (const bool isStartedLocked : {false, true}) {
+    SCOPED_TRACE(isStartedLocked);
+    ASSERT_EQ(secItemAdd(query_), 0);
+    if (isStartedLocked) {
+      session->startKeyring(false);
+    } else {
+      EXPECT_EQ(secKeychainLock(), 0);
+    }
+    EXPECT_EQ(secKeychainLock(), 0);
 
-  // Nobody can show the prompt, so the service takes it for dismissed.
-  for (const bool mayAsk : {true, false}) {
-    SCOPED_TRACE(mayAsk);
-    secKeychainSetUserInteractionAllowed(mayAsk);
-    const OSStatus refused =
-        mayAsk ? kErrSecUserCanceled : kErrSecInteractionNotAllowed;
-    EXPECT_EQ(secItemCopyMatching(query_).status, refused);
-    EXPECT_EQ(secItemUpdate(query_, {{}, secretBytesFrom("x")}), refused);
-    EXPECT_EQ(secItemDelete(query_), refused);
-    EXPECT_EQ(secKeychainUnlock(), refused);
-    SecItemQuery other = query_;
-    other.account = "b";
-    EXPECT_EQ(secItemAdd(other), refused);
-    // What it knows without its secrets.
-    EXPECT_EQ(secItemAdd(query_), kErrSecDuplicateItem);
-    EXPECT_EQ(secItemCopyMatching(other).status, kErrSecItemNotFound);
-    SecItemQuery attributes = query_;
-    attributes.returnData = false;
-    attributes.returnAttributes = true;
-    EXPECT_EQ(secItemCopyMatching(attributes).items.size(), 1U);
+    // Nobody can show the prompt, so the service takes it for dismissed.
+    for (const bool mayAsk : {true, false}) {
+      SCOPED_TRACE(mayAsk);
+      secKeychainSetUserInteractionAllowed(mayAsk);
+      const OSStatus refused =
+          mayAsk ? kErrSecUserCanceled : kErrSecInteractionNotAllowed;
+      EXPECT_EQ(secItemCopyMatching(query_).status, refused);
+      EXPECT_EQ(secItemUpdate(query_, {{}, secretBytesFrom("x")}), refused);
+      EXPECT_EQ(secItemDelete(query_), refused);
+      EXPECT_EQ(secKeychainUnlock(), refused);
+      SecItemQuery other = query_;
+      other.account = "b";
+      EXPECT_EQ(secItemAdd(other), refused);
+      // What it knows without its secrets.
+      EXPECT_EQ(secItemAdd(query_), kErrSecDuplicateItem);
+      EXPECT_EQ(secItemCopyMatching(other).status, kErrSecItemNotFound);
+      SecItemQuery attributes = query_;
+      attributes.accessible.reset();
+      attributes.returnData = false;
+      attributes.returnAttributes = true;
+      const auto found = secItemCopyMatching(attributes).items;
+      ASSERT_EQ(found.size(), 1U);
+      EXPECT_EQ(*found[0].attributes,
+                (KeychainItemAttributes{"com.example.service", "a", true,
+                                        SecAttrAccessible::kAlways}));
+      // Whose account it is, a hash does not tell.
+      attributes.account.reset();
+      EXPECT_EQ(secItemCopyMatching(attributes).status,
+                isStartedLocked ? refused : 0);
+    }
+    // Everything is as it was.
+    secKeychainSetUserInteractionAllowed(true);
+    session->startKeyring();
+    const auto items = secItemCopyMatching(query_).items;
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(viewOf(*items[0].valueData), "secret");
+    EXPECT_EQ(secItemDelete(query_), 0);
   }
-  // Everything is as it was.
-  session->startKeyring();
-  const auto items = secItemCopyMatching(query_).items;
-  ASSERT_EQ(items.size(), 1U);
-  EXPECT_EQ(viewOf(*items[0].valueData), "secret");
 }
 
 TEST_F(SecretServiceKeychain, FindsItsWayAfterTheServiceStartedAgain) {

@@ -5,6 +5,9 @@
 #define SECRET_API_SUBJECT_TO_CHANGE  // NOLINT(readability-identifier-naming)
 #include <libsecret/secret.h>
 
+#include <optional>
+#include <utility>
+
 #include "quillhaven/platform/keychain/internal/secret_service_status.h"
 
 namespace quillhaven::platform::internal {
@@ -16,6 +19,13 @@ constexpr const char kAccountAttribute[] = "account";
 constexpr const char kSynchronizableAttribute[] = "synchronizable";
 constexpr const char kAccessibleAttribute[] = "accessible";
 constexpr const char kSchemaAttribute[] = "xdg:schema";
+// Tells our items from those of others in searches. The name of the schema
+// would do, but a keyring that has not been unlocked since its service started
+// keeps only hashes of attributes, and does not compare those of that name.
+constexpr const char kClassAttribute[] = "class";
+// There only while such a keyring is locked.
+constexpr const char kHashedAccessibleAttribute[] =
+    "gkr:compat:hashed:accessible";
 constexpr const char kAlways[] = "always";
 
 constexpr const char kItemInterface[] = "org.freedesktop.Secret.Item";
@@ -36,12 +46,13 @@ const SecretSchema& schema() {
   static const SecretSchema kSchema = [] {
     SecretSchema made{};
     made.name = kSchemaName;
-    made.flags = SECRET_SCHEMA_NONE;
+    made.flags = SECRET_SCHEMA_DONT_MATCH_NAME;
     made.attributes[0] = {kServiceAttribute, SECRET_SCHEMA_ATTRIBUTE_STRING};
     made.attributes[1] = {kAccountAttribute, SECRET_SCHEMA_ATTRIBUTE_STRING};
     made.attributes[2] = {kSynchronizableAttribute,
                           SECRET_SCHEMA_ATTRIBUTE_STRING};
     made.attributes[3] = {kAccessibleAttribute, SECRET_SCHEMA_ATTRIBUTE_STRING};
+    made.attributes[4] = {kClassAttribute, SECRET_SCHEMA_ATTRIBUTE_STRING};
     return made;
   }();
   return kSchema;
@@ -54,6 +65,7 @@ GHashTablePtr attributesOf(const KeychainItemPattern& pattern) {
     ::g_hash_table_insert(table.get(), const_cast<char*>(name),
                           const_cast<char*>(value));
   };
+  put(kClassAttribute, kSchemaName);
   put(kServiceAttribute, pattern.service.c_str());
   if (pattern.account) put(kAccountAttribute, pattern.account->c_str());
   if (pattern.isSynchronizable) {
@@ -72,12 +84,18 @@ GVariant* variantFrom(const KeychainItemAttributes& attributes) {
     ::g_variant_builder_add(&builder, "{ss}", name, value);
   };
   add(kSchemaAttribute, kSchemaName);
+  add(kClassAttribute, kSchemaName);
   add(kServiceAttribute, attributes.service.c_str());
   add(kAccountAttribute, attributes.account.c_str());
   add(kSynchronizableAttribute,
       synchronizableValue(attributes.isSynchronizable));
   if (attributes.accessible) add(kAccessibleAttribute, kAlways);
   return ::g_variant_builder_end(&builder);
+}
+
+bool has(GVariant* attributes, const char* name) {
+  const gchar* text = nullptr;
+  return ::g_variant_lookup(attributes, name, "&s", &text) != FALSE;
 }
 
 KeychainItemAttributes attributesFrom(GVariant* variant) {
@@ -92,6 +110,19 @@ KeychainItemAttributes attributesFrom(GVariant* variant) {
   attributes.isSynchronizable =
       value(kSynchronizableAttribute) == synchronizableValue(true);
   if (value(kAccessibleAttribute) == kAlways) {
+    attributes.accessible = SecAttrAccessible::kAlways;
+  }
+  return attributes;
+}
+
+// What is known of an item whose attributes are hashes: what found it. Nothing
+// where that leaves something open.
+std::optional<KeychainItemAttributes> attributesFrom(
+    const KeychainItemPattern& pattern, GVariant* hashed) {
+  if (!pattern.account || !pattern.isSynchronizable) return std::nullopt;
+  KeychainItemAttributes attributes{
+      pattern.service, *pattern.account, *pattern.isSynchronizable, {}};
+  if (has(hashed, kHashedAccessibleAttribute)) {
     attributes.accessible = SecAttrAccessible::kAlways;
   }
   return attributes;
@@ -154,13 +185,22 @@ OSStatus SecretServiceClient::search(const KeychainItemPattern& pattern,
 }
 
 OSStatus SecretServiceClient::readAttributes(
-    const std::string& item, KeychainItemAttributes& attributes) {
+    const std::string& item, const KeychainItemPattern& pattern,
+    KeychainItemAttributes& attributes) {
   GVariantPtr value;
-  const OSStatus status = readProperty(
-      {item.c_str(), kItemInterface, "Attributes", kErrSecItemNotFound},
-      "a{ss}", value);
-  if (status == kErrSecSuccess) attributes = attributesFrom(value.get());
-  return status;
+  if (const OSStatus status = readProperty(
+          {item.c_str(), kItemInterface, "Attributes", kErrSecItemNotFound},
+          "a{ss}", value)) {
+    return status;
+  }
+  if (has(value.get(), kServiceAttribute)) {
+    attributes = attributesFrom(value.get());
+    return kErrSecSuccess;
+  }
+  auto known = attributesFrom(pattern, value.get());
+  if (!known) return kErrSecInteractionNotAllowed;
+  attributes = std::move(*known);
+  return kErrSecSuccess;
 }
 
 OSStatus SecretServiceClient::readValue(const std::string& item,

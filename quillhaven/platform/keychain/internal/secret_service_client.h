@@ -39,7 +39,10 @@ class SecretServiceClient {
   [[nodiscard]] bool hasLostService() const { return hasLostService_; }
 
   OSStatus search(const KeychainItemPattern& pattern, FoundItems& found);
+  // `pattern` has found the item; kErrSecInteractionNotAllowed where a locked
+  // item hides more than that.
   OSStatus readAttributes(const std::string& item,
+                          const KeychainItemPattern& pattern,
                           KeychainItemAttributes& attributes);
   OSStatus readValue(const std::string& item, SecretBytes& value);
 

@@ -29,11 +29,13 @@ void checkTrackingLinks(std::string_view text) {
 void checkURL(std::string_view text) {
   const auto url = platform::urlComponents(text);
   if (!url) return;
-  std::string added;
-  platform::appendAddingQueryItem(added, *url,
-                                  platform::encodedQueryItem("q i", "&=#"));
+  std::string added(text);
+  const platform::QueryInsertion insertion = platform::queryInsertion(*url);
+  added.insert(insertion.position,
+               std::string(insertion.separator) +
+                   platform::encodedQueryItem("q i", "&=#"));
   const auto again = platform::urlComponents(added);
-  require(again && platform::hasQueryItem(*again, "q i"),
+  require(again && again->query && platform::hasQueryItem(*again->query, "q i"),
           "an item that was added is there");
   require(again->fragment == url->fragment && again->path == url->path,
           "an item changes nothing but the query");

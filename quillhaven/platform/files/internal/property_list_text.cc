@@ -24,8 +24,8 @@ constexpr std::int8_t kBlank = -2;
 constexpr std::array<std::int8_t, 256> makeBase64Values() {
   std::array<std::int8_t, 256> values{};
   values.fill(kNoDigit);
-  for (const unsigned char blank : {' ', '\t', '\n', '\r'}) {
-    values[blank] = kBlank;
+  for (const char blank : {' ', '\t', '\n', '\r'}) {
+    values[static_cast<unsigned char>(blank)] = kBlank;
   }
   for (std::size_t i = 0; i < kBase64Alphabet.size(); ++i) {
     values[static_cast<unsigned char>(kBase64Alphabet[i])] =

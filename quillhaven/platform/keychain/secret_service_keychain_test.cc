@@ -9,10 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "quillhaven/platform/keychain/internal/glib_pointers.h"
 #include "quillhaven/platform/keychain/internal/secret_service_status.h"
 #include "quillhaven/platform/keychain/sec_item.h"
 #include "quillhaven/platform/keychain/testing/secret_service_session.h"
+#include "quillhaven/platform/run_loop/internal/glib_pointers.h"
 
 namespace quillhaven::platform {
 namespace {

@@ -63,6 +63,8 @@ struct LaunchRequest {
   ChildStream standardInput = {};
   ChildStream standardOutput = {};
   ChildStream standardError = {};
+  // In a session of its own: out of reach of this process's terminal.
+  bool hasOwnSession = false;
 };
 
 // A process that this one has started. It may outlive this object, and leaves

@@ -90,9 +90,9 @@ class FileActions {
 
 // An ignored SIGPIPE or a blocked SIGTERM of the host is none of the child's
 // business: its own pipelines would end in another way.
-class DefaultSignals {
+class SpawnAttributes {
  public:
-  DefaultSignals() {
+  explicit SpawnAttributes(bool hasOwnSession) {
     throwIfFailed(::posix_spawnattr_init(&attributes_), "posix_spawn");
     sigset_t all;
     sigset_t none;
@@ -100,12 +100,13 @@ class DefaultSignals {
     ::sigemptyset(&none);
     ::posix_spawnattr_setsigdefault(&attributes_, &all);
     ::posix_spawnattr_setsigmask(&attributes_, &none);
-    ::posix_spawnattr_setflags(&attributes_,
-                               POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    int flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+    if (hasOwnSession) flags |= POSIX_SPAWN_SETSID;
+    ::posix_spawnattr_setflags(&attributes_, static_cast<short>(flags));
   }
-  ~DefaultSignals() { ::posix_spawnattr_destroy(&attributes_); }
-  DefaultSignals(const DefaultSignals&) = delete;
-  DefaultSignals& operator=(const DefaultSignals&) = delete;
+  ~SpawnAttributes() { ::posix_spawnattr_destroy(&attributes_); }
+  SpawnAttributes(const SpawnAttributes&) = delete;
+  SpawnAttributes& operator=(const SpawnAttributes&) = delete;
 
   [[nodiscard]] const posix_spawnattr_t* get() const { return &attributes_; }
 
@@ -173,11 +174,11 @@ pid_t spawn(const LaunchRequest& request) {
   }
   actions.addCloseOfAllOthers();
 
-  const DefaultSignals signals;
+  const SpawnAttributes attributes(request.hasOwnSession);
   pid_t pid = -1;
   const int error =
       ::posix_spawn(&pid, pathOfProgram(request).c_str(), actions.get(),
-                    signals.get(), arguments.pointers(),
+                    attributes.get(), arguments.pointers(),
                     request.environment ? environment.pointers() : environ);
   throwIfFailed(error, culprit(request));
   return pid;

@@ -169,6 +169,18 @@ TEST(ChildProcess, HasItsEnvironmentAndFolder) {
   EXPECT_EQ(output.find("HOME="), std::string::npos) << output;
 }
 
+TEST(ChildProcess, HasASessionOfItsOwnOnlyWhenAsked) {
+  for (const bool hasOwnSession : {false, true}) {
+    const auto child = ChildProcess::launch(
+        {.executable = "/bin/cat", .hasOwnSession = hasOwnSession});
+    const pid_t session = ::getsid(child->processIdentifier());
+    EXPECT_EQ(session == child->processIdentifier(), hasOwnSession);
+    EXPECT_EQ(session == ::getsid(0), !hasOwnSession);
+    child->signal(SIGKILL);
+    child->wait();
+  }
+}
+
 TEST(ChildProcess, LeavesNoZombieWhenItsObjectGoesFirst) {
   const std::size_t descriptors = openDescriptorCount();
   for (int i = 0; i < 10; ++i) ChildProcess::launch(shell("sleep 0.02"));

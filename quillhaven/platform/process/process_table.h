@@ -45,6 +45,11 @@ class ProcessTable {
   [[nodiscard]] std::optional<ProcessRecord> record(
       std::int32_t processIdentifier) const;
 
+  // Returns when the process started, in clock ticks since the machine did;
+  // nothing for one that is not there.
+  [[nodiscard]] std::optional<std::uint64_t> startTime(
+      std::int32_t processIdentifier) const;
+
   // Returns the argument buffer of a process, or nothing when it has none (it
   // is gone, a zombie or a thread of the kernel). The buffer holds the number
   // of arguments as 32 bits in the machine's byte order; the NUL that ends an

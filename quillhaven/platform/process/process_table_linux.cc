@@ -43,9 +43,12 @@ std::optional<ProcessRecord> recordFrom(std::int32_t processIdentifier,
   return record;
 }
 
+// The line has some 50 numbers.
+constexpr std::size_t kStatSize = 1024;
+
 std::optional<ProcessRecord> readRecord(int root,
                                         std::int32_t processIdentifier) {
-  char buffer[1024];  // the kernel's line has some 50 numbers
+  char buffer[kStatSize];
   return recordFrom(
       processIdentifier,
       internal::readStart(root, NumberedPath(processIdentifier, "stat").get(),
@@ -106,6 +109,30 @@ std::optional<ProcessRecord> ProcessTable::record(
     std::int32_t processIdentifier) const {
   if (!mayBeProcess(processIdentifier)) return std::nullopt;
   return readRecord(root_.get(), processIdentifier);
+}
+
+std::optional<std::uint64_t> ProcessTable::startTime(
+    std::int32_t processIdentifier) const {
+  if (!mayBeProcess(processIdentifier)) return std::nullopt;
+  char buffer[kStatSize];
+  std::string_view stat = internal::readStart(
+      root_.get(), NumberedPath(processIdentifier, "stat").get(), buffer,
+      sizeof buffer);
+  const std::size_t close = stat.rfind(')');
+  if (close == std::string_view::npos) return std::nullopt;
+  stat.remove_prefix(close + 1);
+  // A blank stands before each field; the name was the second.
+  constexpr int kStartTimeField = 22;
+  for (int field = 3; field <= kStartTimeField; ++field) {
+    const std::size_t blank = stat.find(' ');
+    if (blank == std::string_view::npos) return std::nullopt;
+    stat.remove_prefix(blank + 1);
+  }
+  std::uint64_t time = 0;
+  const auto read =
+      std::from_chars(stat.data(), stat.data() + stat.size(), time);
+  if (read.ec != std::errc()) return std::nullopt;
+  return time;
 }
 
 std::optional<std::string> ProcessTable::argumentBuffer(

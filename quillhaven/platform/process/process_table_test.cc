@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -114,6 +116,29 @@ TEST(ProcessTable, MakesArgumentBuffersWithANulForEveryArgument) {
   root.write("99/cmdline", "");
   EXPECT_FALSE(ProcessTable(root.path()).argumentBuffer(99));
   EXPECT_FALSE(ProcessTable(root.path()).argumentBuffer(98));
+}
+
+TEST(ProcessTable, ReadsStartTimesBehindAnyName) {
+  const TemporaryFolder root;
+  const std::string fields = " S 1 1 1 0 -1 0 1 2 3 4 5 6 7 8 9 0 1 0 ";
+  const struct {
+    std::string stat;
+    std::optional<std::uint64_t> time;
+  } cases[] = {
+      {"1 (a) b (c" + std::string(")") + fields + "18446744073709551615 9",
+       18446744073709551615U},
+      {"2 (sh)" + fields + "77", 77},
+      {"3 (sh)" + fields, std::nullopt},
+      {"4 (sh) S 1 1", std::nullopt},
+      {"5 (cut", std::nullopt},
+      {"", std::nullopt},
+  };
+  std::int32_t pid = 0;
+  for (const auto& c : cases) {
+    root.write(std::to_string(++pid) + "/stat", c.stat);
+    EXPECT_EQ(ProcessTable(root.path()).startTime(pid), c.time) << c.stat;
+  }
+  EXPECT_EQ(ProcessTable(root.path()).startTime(99), std::nullopt);
 }
 
 TEST(ProcessTable, ShowsTheRunningSystem) {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "quillhaven/platform/keychain/internal/glib_pointers.h"
 #include "quillhaven/platform/keychain/keychain_backend.h"
+#include "quillhaven/platform/run_loop/internal/glib_pointers.h"
 
 using SecretService = struct _SecretService;
 

@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-#include "quillhaven/platform/keychain/internal/glib_pointers.h"
+#include "quillhaven/platform/run_loop/internal/glib_pointers.h"
 
 namespace quillhaven::platform::internal {
 namespace {

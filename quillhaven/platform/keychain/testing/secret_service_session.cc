@@ -14,7 +14,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "quillhaven/platform/keychain/internal/glib_pointers.h"
+#include "quillhaven/platform/run_loop/internal/glib_pointers.h"
 
 // libsecret drops the main context of a prompt before GLib has freed 16 bytes
 // through it. LeakSanitizer sees whose they are only with whole stacks.

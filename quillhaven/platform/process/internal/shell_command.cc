@@ -4,13 +4,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
-#include <ctime>
 #include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
 
+#include "quillhaven/platform/base/internal/pipe_signal_guard.h"
 #include "quillhaven/platform/process/collected_run.h"
 #include "quillhaven/platform/text/utf8.h"
 
@@ -85,26 +84,12 @@ std::string newStartMark() {
   return mark;
 }
 
-// Writes to standard error. A reader that has gone away must not end the host,
-// and the process's own handling of SIGPIPE is not ours to change.
+// Writes to standard error. A reader that has gone away must not end the host.
 void writeLineToStandardError(std::string_view text) {
-  sigset_t pipeSignal;
-  sigset_t previous;
-  sigset_t pending;
-  ::sigemptyset(&pipeSignal);
-  ::sigaddset(&pipeSignal, SIGPIPE);
-  ::sigpending(&pending);
-  const bool wasPending = ::sigismember(&pending, SIGPIPE) == 1;
-  ::pthread_sigmask(SIG_BLOCK, &pipeSignal, &previous);
+  const PipeSignalGuard guard;
   const std::string line = std::string(text).append("\n");
-  const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
-  if (written < 0 && errno == EPIPE && !wasPending) {
-    constexpr timespec kAtOnce{};
-    while (::sigtimedwait(&pipeSignal, nullptr, &kAtOnce) < 0 &&
-           errno == EINTR) {
-    }
-  }
-  ::pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+  // Who reads no more misses the line.
+  if (::write(STDERR_FILENO, line.data(), line.size()) < 0) return;
 }
 
 bool isSudo(std::string_view program) {

@@ -1,6 +1,6 @@
-// Owners of what GLib and libsecret hand out.
-#ifndef QUILLHAVEN_PLATFORM_KEYCHAIN_INTERNAL_GLIB_POINTERS_H_
-#define QUILLHAVEN_PLATFORM_KEYCHAIN_INTERNAL_GLIB_POINTERS_H_
+// Owners of what GLib and the libraries over it hand out.
+#ifndef QUILLHAVEN_PLATFORM_RUN_LOOP_INTERNAL_GLIB_POINTERS_H_
+#define QUILLHAVEN_PLATFORM_RUN_LOOP_INTERNAL_GLIB_POINTERS_H_
 
 #include <gio/gio.h>
 
@@ -47,4 +47,4 @@ class Receive {
 
 }  // namespace quillhaven::platform::internal
 
-#endif  // QUILLHAVEN_PLATFORM_KEYCHAIN_INTERNAL_GLIB_POINTERS_H_
+#endif  // QUILLHAVEN_PLATFORM_RUN_LOOP_INTERNAL_GLIB_POINTERS_H_

@@ -27,6 +27,9 @@ quillhaven_dependency(OpenSSL::Crypto PACKAGE "OpenSSL 3 COMPONENTS Crypto"
   REQUIRES libcrypto DEBIAN libssl-dev)
 quillhaven_dependency(PkgConfig::GLIB MODULE glib-2.0
   DEBIAN "libglib2.0-dev (>= 2.74)")
+quillhaven_dependency(PkgConfig::GIO MODULE gio-unix-2.0
+  DEBIAN "libglib2.0-dev (>= 2.74)")
+quillhaven_dependency(PkgConfig::XCB MODULE xcb DEBIAN libxcb1-dev)
 quillhaven_dependency(PkgConfig::LIBSECRET MODULE libsecret-1
   DEBIAN libsecret-1-dev)
 quillhaven_dependency(PkgConfig::LIBSODIUM MODULE libsodium DEBIAN libsodium-dev)

@@ -328,6 +328,17 @@ bool WindowSystem::hasNewWindow(const IsWindowOwner& isOwner) {
   }
 }
 
+std::vector<std::int32_t> WindowSystem::ownersFromBelow() const {
+  const PipeSignalGuard guard;
+  std::vector<std::int32_t> owners;
+  (void)connection_->owned(connection_->clientWindows(),
+                           [&owners](std::int32_t process) {
+                             owners.push_back(process);
+                             return true;
+                           });
+  return owners;
+}
+
 bool WindowSystem::bringToFront(const IsWindowOwner& isOwner, bool allWindows,
                                 std::chrono::milliseconds limit) {
   const PipeSignalGuard guard;

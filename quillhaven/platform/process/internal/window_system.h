@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace quillhaven::platform::internal {
 
@@ -32,6 +33,9 @@ class WindowSystem {
   [[nodiscard]] bool hasWindow(const IsWindowOwner& isOwner);
   // The same about what has happened since.
   [[nodiscard]] bool hasNewWindow(const IsWindowOwner& isOwner);
+
+  // The processes of the window manager's windows, the frontmost last.
+  [[nodiscard]] std::vector<std::int32_t> ownersFromBelow() const;
 
   // Asks the window manager to make the frontmost window of the owner the
   // active one, with all the others right behind it if `allWindows`. Returns

@@ -53,7 +53,7 @@ inline LaunchConfiguration withArguments(std::vector<std::string> arguments) {
 // Turns the main loop until `condition` is true; false when it never is.
 [[nodiscard]] inline bool turnUntil(const std::function<bool()>& condition) {
   const auto loop = RunLoop::main();
-  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end) return false;
     loop.runOnce(std::chrono::milliseconds(5));

@@ -154,7 +154,6 @@ int main(int count, char** arguments) {
       openWindows(1, false);
     } else if (step == "child") {  // does the rest in a process of its own
       if (::fork() != 0) break;
-      ::setsid();
     } else if (step == "serve") {
       serve(identifier, value);
     } else {

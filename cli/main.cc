@@ -4,6 +4,7 @@
 #include <exception>
 #include <string>
 
+#include "cli/application_commands.h"
 #include "cli/command.h"
 #include "cli/command_line.h"
 #include "cli/digest_command.h"
@@ -41,6 +42,9 @@ constexpr void (*kCommands[])(CommandLine&) = {
     addShellCommand,
     addNextPathCommand,
     addLoginItemCommand,
+    addOpenCommand,
+    addQuitCommand,
+    addWaitCommand,
     addEvalCommand,
 };
 // clang-format on

@@ -26,16 +26,17 @@ inline std::string informationPropertyList(std::string_view identifier,
       .append("</string></dict></plist>");
 }
 
-// Makes NAME.app in `folder`; returns its URL. Its program is the one of the
-// tests, or the script.
+// Makes NAME.app in `folder`, where the name may have folders before it;
+// returns its URL. Its program is the one of the tests, or the script.
 inline std::string makeBundle(const TemporaryFolder& folder,
                               const std::string& name,
                               std::string_view identifier,
                               std::string_view script = {}) {
   const std::string contents = name + ".app/Contents/";
+  const std::string executable = name.substr(name.rfind('/') + 1);
   folder.write(contents + "Info.plist",
-               informationPropertyList(identifier, name));
-  const std::string program = contents + "MacOS/" + name;
+               informationPropertyList(identifier, executable));
+  const std::string program = contents + "MacOS/" + executable;
   if (script.empty()) {
     folder.link(program, APPLICATION_PROGRAM);
   } else {

@@ -150,6 +150,7 @@ void addOpenCommand(CommandLine& line) {
       "  quillhaven wait \"$(quillhaven open ./Mail.app)\"\n\n"
       "Exit status: 0 done, 1 it cannot be started or has ended before it was "
       "ready,\n2 wrong usage.");
+  command.takesPaths();
   command.does([application] { return openApplication(*application); });
 }
 

@@ -165,17 +165,23 @@ TEST_F(WorkspaceTest, ListensToWhatTheProgramStarted) {
   ::kill(-application->processIdentifier(), SIGKILL);  // a session of its own
 }
 
+// A file of /proc about a process.
+std::string fileOf(std::int32_t pid, const std::string& name) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/" + name,
+                     std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 TEST_F(WorkspaceTest, IgnoresNotificationsOfOthers) {
-  const auto application = launch({"await", folder_.path("go")});
+  const auto application =
+      launch({"write", folder_.path("up"), "await", folder_.path("go")});
   const EndOf end(application);
-  std::ifstream file(
-      "/proc/" + std::to_string(application->processIdentifier()) + "/environ",
-      std::ios::binary);
-  std::string line;
-  while (std::getline(file, line, '\0') &&
-         !line.starts_with("NOTIFY_SOCKET=")) {
-  }
-  ASSERT_TRUE(line.starts_with("NOTIFY_SOCKET=@")) << line;
+  ASSERT_TRUE(turnUntil([&] { return exists("up"); }));
+  const std::string environment =
+      fileOf(application->processIdentifier(), "environ");
+  const std::size_t start = environment.find("NOTIFY_SOCKET=@");
+  ASSERT_NE(start, std::string::npos);
+  std::string line = environment.substr(start).c_str();
   // A child of this process is none of the application's.
   const pid_t stranger = ::fork();
   if (stranger == 0) {
@@ -272,8 +278,14 @@ TEST_F(WorkspaceTest, TakesNoEditorForTheApplicationItShows) {
   const std::string url =
       makeBundle(folder_, "Shown", "com.example.shown", "sleep 600\n");
   const std::string script = folder_.path("Shown.app/Contents/MacOS/Shown");
-  const auto editor = ChildProcess::launch(
-      {.executable = "/usr/bin/tail", .arguments = {"-f", script}});
+  const auto editor =
+      ChildProcess::launch({.executable = "/usr/bin/tail",
+                            .arguments = {"-f", script},
+                            .standardOutput = ChildStream::null()});
+  ASSERT_TRUE(turnUntil([&] {
+    return fileOf(editor->processIdentifier(), "cmdline").find(script) !=
+           std::string::npos;
+  }));
   EXPECT_TRUE(
       workspace_->runningApplicationsWithBundleIdentifier("com.example.shown")
           .empty());

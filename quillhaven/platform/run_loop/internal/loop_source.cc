@@ -38,8 +38,9 @@ class LoopSource {
   GSource* const source_;
   gpointer descriptorTag_ = nullptr;
   std::chrono::microseconds interval_{0};
-  // Set before the context learns of this object and read when it calls: what
-  // GLib does to hand the object over is not seen by ThreadSanitizer.
+  // Set before the context learns of this object and after each call, and read
+  // when it calls or lets go: what GLib does to hand the object from thread to
+  // thread is not seen by ThreadSanitizer.
   std::atomic<bool> isPublished_{false};
   std::shared_ptr<LoopSource> self_;  // while attached
   std::mutex lock_;
@@ -103,6 +104,7 @@ gboolean LoopSource::dispatch(GSource*, GSourceFunc, gpointer self) {
   auto& source = *static_cast<LoopSource*>(self);
   source.isPublished_.load(std::memory_order_acquire);
   source.fire();
+  source.isPublished_.store(true, std::memory_order_release);
   return G_SOURCE_CONTINUE;
 }
 

@@ -36,6 +36,10 @@ quillhaven_dependency(PkgConfig::LIBSODIUM MODULE libsodium DEBIAN libsodium-dev
 # The reference that the tests hold our readers of property lists to.
 quillhaven_dependency(PkgConfig::LIBPLIST MODULE libplist-2.0)
 quillhaven_dependency(Threads::Threads PACKAGE Threads LIBS -pthread)
+# Of ui and devtools alone.
+quillhaven_dependency(Qt6::Widgets PACKAGE "Qt6 6.4 COMPONENTS Widgets"
+  REQUIRES Qt6Widgets DEBIAN "qt6-base-dev (>= 6.4)")
+quillhaven_dependency(Qt6::Test PACKAGE "Qt6 6.4 COMPONENTS Test")
 
 # Finds what stands behind those of the named targets that are in the table.
 # A macro: the imported targets belong to the folder that asks.

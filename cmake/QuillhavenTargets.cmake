@@ -57,16 +57,22 @@ endfunction()
 
 # quillhaven_test(mail_test SRCS a_test.cc DEPS Quillhaven::mail) adds one test
 # program. With THREADS it is one of those that the target thread_tests builds
-# and that scripts/test runs under ThreadSanitizer.
+# and that scripts/test runs under ThreadSanitizer. With QT a QApplication on the
+# offscreen platform stands while the tests run.
 function(quillhaven_test name)
   if(NOT QUILLHAVEN_BUILD_TESTS)
     return()
   endif()
-  cmake_parse_arguments(PARSE_ARGV 1 arg "THREADS" "" "SRCS;DEPS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "QT;THREADS" "" "SRCS;DEPS")
+  set(main GTest::gtest_main)
+  if(arg_QT)
+    list(APPEND arg_DEPS Qt6::Test)
+    set(main quillhaven_qt_test_main GTest::gtest)
+  endif()
   quillhaven_find_dependencies(${arg_DEPS})
   add_executable(${name} ${arg_SRCS})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
-  target_link_libraries(${name} PRIVATE ${arg_DEPS} GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE ${arg_DEPS} ${main})
   quillhaven_developer_options(${name})
   # What is tested has been optimised; the tests themselves need not take the
   # compiler the time, of which they would be half.
@@ -87,6 +93,9 @@ function(quillhaven_test name)
   if(QUILLHAVEN_SANITIZE MATCHES thread)
     set_tests_properties(${name} PROPERTIES ENVIRONMENT
       "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/thread-sanitizer.supp")
+  elseif(arg_QT AND QUILLHAVEN_SANITIZE MATCHES address)
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT
+      "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/leak-sanitizer.supp")
   endif()
 endfunction()
 

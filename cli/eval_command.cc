@@ -30,7 +30,7 @@ constexpr std::span<const EvalOperation> (*kFamilies[])() = {
     mailOperations,        htmlOperations,     errorOperations,
     stringOperations,      digestOperations,   linkOperations,
     concurrencyOperations, identityOperations, processOperations,
-    scriptOperations,
+    scriptOperations,      uiOperations,
 };
 
 const EvalOperation& operationNamed(std::string_view name) {

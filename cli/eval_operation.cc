@@ -44,6 +44,21 @@ std::string_view stringIn(const json& value, std::string_view name,
 
 }  // namespace
 
+double Arguments::number(std::string_view name) const {
+  const json& value = required(name);
+  if (!value.is_number()) throw mistyped(name, "a number", value.type_name());
+  return value.get<double>();
+}
+
+std::array<double, 2> Arguments::twoNumbers(std::string_view name) const {
+  const json& value = required(name);
+  if (!value.is_array() || value.size() != 2 || !value[0].is_number() ||
+      !value[1].is_number()) {
+    throw mistyped(name, "a list of two numbers", value.type_name());
+  }
+  return {value[0].get<double>(), value[1].get<double>()};
+}
+
 const json* Arguments::optional(std::string_view name) const {
   const auto found = object_.find(name);
   return found == object_.end() ? nullptr : &*found;

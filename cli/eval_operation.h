@@ -3,6 +3,7 @@
 #ifndef QUILLHAVEN_CLI_EVAL_OPERATION_H_
 #define QUILLHAVEN_CLI_EVAL_OPERATION_H_
 
+#include <array>
 #include <cstdint>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
@@ -52,6 +53,9 @@ class Arguments {
   // A list of strings.
   [[nodiscard]] std::vector<std::string_view> strings(
       std::string_view name) const;
+  [[nodiscard]] double number(std::string_view name) const;
+  // A list of exactly two numbers.
+  [[nodiscard]] std::array<double, 2> twoNumbers(std::string_view name) const;
   [[nodiscard]] bool boolean(std::string_view name) const;
   // True when the argument is there and is a string.
   [[nodiscard]] bool isString(std::string_view name) const;
@@ -98,6 +102,7 @@ std::span<const EvalOperation> concurrencyOperations();
 std::span<const EvalOperation> identityOperations();
 std::span<const EvalOperation> processOperations();
 std::span<const EvalOperation> scriptOperations();
+std::span<const EvalOperation> uiOperations();  // none without Qt
 
 // Returns the bytes that `text` encodes, or nothing when it is not Base64 with
 // the standard alphabet and its padding, or holds anything else.

@@ -1,5 +1,7 @@
 #include "cli/json_writer.h"
 
+#include <cmath>
+
 #include <cstdint>
 #include <cstring>
 
@@ -119,6 +121,16 @@ void JsonWriter::key(std::string_view name) {
 void JsonWriter::value(std::string_view text) {
   beginElement();
   appendJsonString(json_, text);
+}
+
+void JsonWriter::value(double number) {
+  if (!std::isfinite(number)) {
+    null();
+    return;
+  }
+  char digits[32];
+  const auto written = std::to_chars(digits, digits + sizeof digits, number);
+  literal({digits, static_cast<std::size_t>(written.ptr - digits)});
 }
 
 void JsonWriter::literal(std::string_view json) {

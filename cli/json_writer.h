@@ -45,6 +45,9 @@ class JsonWriter {
     const auto written = std::to_chars(digits, digits + sizeof digits, number);
     literal({digits, static_cast<std::size_t>(written.ptr - digits)});
   }
+  // In as few digits as give the same number again; null for what JSON has no
+  // number for.
+  void value(double number);
   // An absent value is null.
   template <typename Value>
   void value(const std::optional<Value>& optional) {

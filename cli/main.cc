@@ -10,6 +10,7 @@
 #include "cli/digest_command.h"
 #include "cli/eval_command.h"
 #include "cli/file_commands.h"
+#include "cli/gallery_command.h"
 #include "cli/html_commands.h"
 #include "cli/identity_commands.h"
 #include "cli/keychain_command.h"
@@ -45,6 +46,7 @@ constexpr void (*kCommands[])(CommandLine&) = {
     addOpenCommand,
     addQuitCommand,
     addWaitCommand,
+    addGalleryCommand,
     addEvalCommand,
 };
 // clang-format on

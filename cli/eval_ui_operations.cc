@@ -28,11 +28,13 @@ void writeColor(const HueSaturationBrightness& color, JsonWriter& result) {
 }
 
 void lighten(const Arguments& arguments, JsonWriter& result) {
-  writeColor(ui::lighten(colorFrom(arguments), arguments.number("by")), result);
+  const HueSaturationBrightness color = colorFrom(arguments);
+  writeColor(ui::lighten(color, arguments.number("by")), result);
 }
 
 void darken(const Arguments& arguments, JsonWriter& result) {
-  writeColor(ui::darken(colorFrom(arguments), arguments.number("by")), result);
+  const HueSaturationBrightness color = colorFrom(arguments);
+  writeColor(ui::darken(color, arguments.number("by")), result);
 }
 
 ui::Size sizeFrom(const Arguments& arguments, std::string_view name) {
@@ -41,8 +43,9 @@ ui::Size sizeFrom(const Arguments& arguments, std::string_view name) {
 }
 
 void scale(const Arguments& arguments, JsonWriter& result) {
-  const ui::Size size = ui::proportionallyScale(sizeFrom(arguments, "from"),
-                                                sizeFrom(arguments, "toSize"));
+  const ui::Size from = sizeFrom(arguments, "from");
+  const ui::Size size =
+      ui::proportionallyScale(from, sizeFrom(arguments, "toSize"));
   result.beginArray();
   result.value(size.width);
   result.value(size.height);

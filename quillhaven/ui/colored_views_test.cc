@@ -87,7 +87,8 @@ TEST_F(ColoredBackgroundViewTest, HasColorsOfTheAppearanceFirst) {
 // A popover with margins around the view, which has two lines of text.
 class Popover : public QWidget {
  public:
-  Popover() : QWidget(nullptr, Qt::Window) {
+  // As a popup it is out of a window manager's hands.
+  Popover() : QWidget(nullptr, Qt::BypassWindowManagerHint) {
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     setContentsMargins(5, 5, 5, 5);

@@ -18,8 +18,8 @@ struct DevelopWindow {
 };
 
 // The menu with all its groups, with a delegate that tells in the window's
-// status bar what it is asked. Its switches are in user defaults of its own,
-// which are thrown away. Main thread only.
+// status bar what it is asked. Its switches and test accounts are in user
+// defaults and a keychain of its own, which are thrown away. Main thread only.
 class DevelopMenu {
  public:
   // Adds the menu to the window's menu bar.

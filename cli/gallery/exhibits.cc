@@ -25,6 +25,7 @@ namespace {
 
 constexpr int kFadeMiddle = 125;  // milliseconds
 constexpr int kHeadingPixels = 22;
+constexpr int kSampleDistance = 16;
 constexpr float kCaptionOpacity = 0.65F;
 constexpr int kGrayOfBrightText = 150;
 constexpr QColor kInk(32, 36, 40);
@@ -32,6 +33,7 @@ constexpr QColor kInk(32, 36, 40);
 // Adds `sample` to a column of samples with a caption below each.
 void addSample(QGridLayout& grid, int column, QWidget* sample,
                const QString& caption) {
+  grid.setHorizontalSpacing(kSampleDistance);
   grid.addWidget(sample, 0, column, Qt::AlignLeft | Qt::AlignBottom);
   auto* const label = new QLabel(caption, sample->parentWidget());
   QPalette quiet = label->palette();

@@ -18,6 +18,10 @@ set(CPACK_COMPONENTS_ALL development)
 if(QUILLHAVEN_BUILD_CLI)
   list(APPEND CPACK_COMPONENTS_ALL program)
 endif()
+if(QUILLHAVEN_BUILD_CLI AND QUILLHAVEN_HAS_QT)
+  list(APPEND CPACK_COMPONENTS_ALL gallery)
+  set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS "quillhaven-gallery")
+endif()
 if(QUILLHAVEN_MSGFMT)
   list(APPEND CPACK_COMPONENTS_ALL translations)
   set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "quillhaven-utilities-l10n")
@@ -34,6 +38,14 @@ other languages.")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME "quillhaven")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION "mail")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
+
+set(CPACK_COMPONENT_GALLERY_DESCRIPTION
+"user interface of the quillhaven library, to look at
+What \"quillhaven gallery\" runs: a window with every view of the library, and
+pictures of them.")
+set(CPACK_DEBIAN_GALLERY_PACKAGE_NAME "quillhaven-gallery")
+set(CPACK_DEBIAN_GALLERY_PACKAGE_SECTION "mail")
+set(CPACK_DEBIAN_GALLERY_PACKAGE_SHLIBDEPS ON)
 
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 "utility library of a mail-productivity product (development files)
@@ -62,6 +74,11 @@ endif()
 if(QUILLHAVEN_BUILD_CLI)
   install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" RENAME copyright
     DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/quillhaven" COMPONENT program)
+  if(QUILLHAVEN_HAS_QT)
+    install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" RENAME copyright
+      DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/quillhaven-gallery"
+      COMPONENT gallery)
+  endif()
 endif()
 
 include(CPack)

@@ -45,14 +45,23 @@ if find "$prefix" -path '*internal*' | grep -q .; then
   fail "internal headers were installed"
 fi
 
-# Every installed header compiles alone, with nothing but what is installed.
-# One build shows it; those under sanitizers install the same headers.
+# Every installed header compiles alone, with nothing but what is installed; Qt's
+# own headers are for those of the user interface alone. One build shows it; those under sanitizers install the same headers.
 compile_header() {  # HEADER
+  local qt=()
+  case $1 in
+    */quillhaven/ui/* | */quillhaven/devtools/*) read -ra qt <<<"$qt_flags" ;;
+  esac
   echo "#include <${1#"$prefix/include/"}>" |
     "$compiler" -std=c++20 -Wall -Wextra -fsyntax-only -x c++ \
-      -I"$prefix/include" -
+      -I"$prefix/include" "${qt[@]}" -
 }
+qt_flags=
+if [[ -e $prefix/include/quillhaven/ui ]] && command -v pkg-config >/dev/null; then
+  qt_flags="-fPIC $(pkg-config --cflags Qt6Widgets)"
+fi
 export -f compile_header
+export qt_flags
 export prefix compiler
 if [[ -z $flags ]]; then
   find "$prefix/include" -name '*.h' -print0 |
@@ -145,6 +154,40 @@ QUILLHAVEN_KEYCHAIN=sealed-file XDG_DATA_HOME=$folder/data \
   "$folder/keychain/build/keychain" >"$folder/output" ||
   fail "a host cannot keep a password"
 grep -qxF kept "$folder/output" || fail "a password is lost" "$folder/output"
+
+# A host with a user interface gets Qt, and what a static library would lose: the
+# resources.
+if [[ -e $prefix/include/quillhaven/ui ]]; then
+  mkdir "$folder/ui"
+  cat >"$folder/ui/ui.cc" <<'END'
+#include <quillhaven/ui/animating_text_field.h>
+#include <quillhaven/ui/images.h>
+
+#include <QApplication>
+#include <iostream>
+
+int main(int argc, char** argv) {
+  const QApplication application(argc, argv);
+  quillhaven::ui::AnimatingTextField field;
+  std::cout << field.property("stringValue").toString().toStdString() << ' '
+            << quillhaven::ui::demoImage().width() << '\n';
+}
+END
+  cat >"$folder/ui/CMakeLists.txt" <<'END'
+cmake_minimum_required(VERSION 3.25)
+project(UIHost LANGUAGES CXX)
+find_package(QuillhavenUtilities REQUIRED COMPONENTS ui)
+add_executable(ui ui.cc)
+target_link_libraries(ui PRIVATE Quillhaven::ui)
+END
+  quietly configure "$folder/ui" "$folder/ui/build"
+  quietly "$cmake" --build "$folder/ui/build"
+  QT_QPA_PLATFORM=offscreen "$folder/ui/build/ui" >"$folder/output" \
+    2>"$folder/log" ||
+    fail "a host with a user interface cannot run" "$folder/log"
+  grep -qxF 'Label 64' "$folder/output" ||
+    fail "resources are lost" "$folder/output"
+fi
 
 if command -v pkg-config >/dev/null; then
   export PKG_CONFIG_PATH=$pkg_config_folder

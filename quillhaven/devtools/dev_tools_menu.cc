@@ -136,8 +136,11 @@ void QHDevTools::Private::addQuickLogin(DevelopMenu& menu) {
   for (int tier = 0; tier < kQuickLoginTiers; ++tier) {
     addItem(tiers, "", "doQuickLogin")->setData(tier);
   }
+  // Where the asterisk takes Shift, the display hands out the key as Control
+  // and an asterisk, for Shift is used up; elsewhere as the first.
   addItem(menu, "Copy Token", "copyToken")
-      ->setShortcut(ui::keySequence(u"*", kCommandShift));
+      ->setShortcuts({ui::keySequence(u"*", kCommandShift),
+                      ui::keySequence(u"*", Qt::ControlModifier)});
 }
 
 void QHDevTools::Private::addLogging(DevelopMenu& menu) {

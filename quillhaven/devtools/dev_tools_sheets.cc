@@ -116,6 +116,7 @@ std::unique_ptr<QDialog> QHDevTools::_inputSheetWindowForType(
                    [this, accept] { acceptInputSheet(*accept); });
   QObject::connect(cancel, &QPushButton::clicked, context,
                    [this, cancel] { cancelInputSheet(*cancel); });
+  if (!textFields.empty()) textFields.front()->setFocus();
   return sheet;
 }
 

@@ -94,7 +94,8 @@ std::vector<InputSheetLayout::RowFrames> InputSheetLayout::rowFrames(
 QSize InputSheetLayout::sizeHint() const {
   const QSize accept = accept_ ? accept_->sizeHint() : QSize(0, 0);
   const QSize cancel = cancel_ ? cancel_->sizeHint() : QSize(0, 0);
-  int width = accept.width() + cancel.width() + kBetweenButtons + 2 * kMargin;
+  // Nothing is said about what is before the buttons.
+  int width = accept.width() + cancel.width() + kBetweenButtons + kMargin;
   for (const Row& row : rows_) {
     int needed = row.label->sizeHint().width() + row.minimumFieldWidth +
                  kBesideLabel + 2 * kMargin;

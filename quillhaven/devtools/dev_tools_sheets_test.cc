@@ -294,6 +294,7 @@ TEST_F(DeveloperSheet, OverridesAServer) {
                 {"window"}}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.key);
+    static_cast<void>(delegate.takeCalls());
     validate();
     choose({c.title});
     EXPECT_EQ(fields(shownSheet())[0]->text(), "");
@@ -319,6 +320,14 @@ TEST_F(DeveloperSheet, OverridesAServer) {
     EXPECT_NE(answer.shown(), "");
     EXPECT_EQ(stored(c.key), "https://two.example");
     EXPECT_EQ(delegate.takeCalls(), Calls{"window"});
+
+    validate();
+    choose({c.title + " (https://two.example)", "Change\u2026"});
+    shownSheet();
+    type(*sheet(), QString::fromStdString("file://" + folder.path()));
+    press(Qt::Key_Return);
+    EXPECT_EQ(stored(c.key), "file://" + folder.path());
+    EXPECT_TRUE(defaults.dataForKey(c.key + "SecBookmark"));
   }
 }
 
@@ -444,6 +453,7 @@ TEST_F(DeveloperSheet, LogsInQuickly) {
   // "Change…" asks again and updates the item.
   QMenu* const tiers = openSubmenu("Quick Login");
   QAction* const tier = item("Grove (a@example.com)");
+  ASSERT_NE(tier, nullptr);
   testing::pointAt(*tiers, *tier);
   QMenu* const change = tier->menu<QMenu*>();
   ASSERT_TRUE(waitUntil([&] { return change->isVisible(); }));

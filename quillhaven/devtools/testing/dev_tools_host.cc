@@ -116,7 +116,8 @@ void DevToolsHost::makeTools(std::uint64_t capabilities) {
   menu = tools->newDevelopMenu();
   window.menuBar()->addMenu(menu.get());
   window.show();
-  // A window manager that starts meanwhile does not do what it was asked before.
+  // A window manager that starts meanwhile does not do what it was asked
+  // before.
   for (int tries = 0; tries < 10 && !window.isActiveWindow(); ++tries) {
     window.activateWindow();
     static_cast<void>(QTest::qWaitForWindowActive(&window, 1000));

@@ -22,6 +22,10 @@ Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp \
 started+=($!)
 read -r number <"$folder/display" || { cat "$folder/log" >&2; exit 1; }
 export DISPLAY=:$number QT_QPA_PLATFORM=xcb
-openbox >/dev/null 2>&1 &
+# A window that is shown before openbox looks after windows never becomes the
+# active one.
+mkfifo "$folder/managed"
+openbox --startup "sh -c 'echo >$folder/managed'" >/dev/null 2>&1 &
 started+=($!)
+read -r -t 30 <"$folder/managed" || { echo "openbox does not start" >&2; exit 1; }
 "$@"

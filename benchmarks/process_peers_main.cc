@@ -1,8 +1,10 @@
 // Measures process inspection beside the system's own programs that answer the
 // same questions about the same processes.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -11,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "benchmarks/measure.h"
@@ -124,6 +127,30 @@ std::size_t librarySockets(pid_t pid) {
   return count;
 }
 
+// What the kernel takes to read the link of each descriptor, which no program
+// that looks at one process can do without: on two threads, and nothing else.
+std::size_t readLinksAlone(pid_t pid) {
+  const std::string folder = "/proc/" + std::to_string(pid) + "/fd";
+  const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return 0;
+  std::atomic<std::size_t> count = 0;
+  const auto readHalf = [fd, &count](std::size_t first) {
+    std::size_t sockets = 0;
+    for (std::size_t i = first; i < kDescriptorCount + 16; i += 2) {
+      char link[64];
+      const ssize_t size =
+          ::readlinkat(fd, std::to_string(i).c_str(), link, sizeof link);
+      sockets += size > 0 && link[0] == 's' ? 1U : 0U;
+    }
+    count += sockets;
+  };
+  std::thread other(readHalf, 1);
+  readHalf(0);
+  other.join();
+  ::close(fd);
+  return count;
+}
+
 std::optional<Table> socketTable(std::size_t fileCount, int rounds) {
   Children children;
   const pid_t pid = children.addSocketHolder(kDescriptorCount, fileCount);
@@ -139,6 +166,7 @@ std::optional<Table> socketTable(std::size_t fileCount, int rounds) {
       {program("quillhaven sockets PID",
                {QUILLHAVEN_PROGRAM, "sockets", number}, "TCPSocketInfo"),
        {"the library in this process", [pid] { return librarySockets(pid); }},
+       {"reading the links alone", [pid] { return readLinksAlone(pid); }},
        program("lsof -a -n -P -i4TCP -p PID",
                {"lsof", "-a", "-n", "-P", "-i4TCP", "-p", number}, " TCP ",
                kRequiredOfLsof),

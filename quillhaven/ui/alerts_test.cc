@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QPointer>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -28,18 +30,27 @@ class Alert : public QMessageBox {
   QList<QPushButton*> titled;
 };
 
-// Does `act` as soon as the alert is shown.
-void whenShown(const QMessageBox& alert, std::function<void()> act) {
+// Does `act` as soon as the alert is shown; ends one that never is.
+void whenShown(QMessageBox& alert, std::function<void()> act) {
+  constexpr std::chrono::seconds kLimit(20);
+  const QDeadlineTimer deadline(kLimit);
   auto* const timer = new QTimer(qApp);
-  QObject::connect(timer, &QTimer::timeout, timer, [&alert, act, timer] {
-    if (!alert.isVisible() || alert.windowHandle() == nullptr ||
-        !alert.windowHandle()->isExposed()) {
-      return;
-    }
-    timer->deleteLater();
-    timer->stop();
-    act();
-  });
+  QObject::connect(
+      timer, &QTimer::timeout, timer, [&alert, act, timer, deadline] {
+        if (deadline.hasExpired()) {
+          timer->deleteLater();
+          timer->stop();
+          alert.done(0);
+          FAIL() << "the alert is not shown";
+        }
+        if (!alert.isVisible() || alert.windowHandle() == nullptr ||
+            !alert.windowHandle()->isExposed()) {
+          return;
+        }
+        timer->deleteLater();
+        timer->stop();
+        act();
+      });
   timer->start(1);
 }
 

@@ -15,7 +15,7 @@
 #include "quillhaven/platform/files/bundle_index.h"
 #include "quillhaven/ui/images.h"
 #include "quillhaven/ui/internal/badge.h"
-#include "quillhaven/ui/internal/desktop_entry.h"
+#include "quillhaven/ui/internal/desktop_icon.h"
 
 namespace quillhaven::ui {
 namespace {

@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "quillhaven/platform/process/child_process.h"
-#include "quillhaven/platform/process/internal/desktop_entry.h"
+#include "quillhaven/platform/process/internal/desktop_command.h"
 #include "quillhaven/platform/process/testing/application_bundles.h"
 #include "quillhaven/platform/process/testing/process_state.h"
 
@@ -100,7 +100,7 @@ TEST_F(WorkspaceTest, SaysWhyAnApplicationCannotBeLaunched) {
       {url_, EINVAL, withArguments({std::string("a\0b", 3)})},
   };
   // GLib opens some of its own for the first desktop entry.
-  (void)internal::readDesktopEntry(folder_.path("missing.desktop"));
+  (void)internal::readDesktopCommand(folder_.path("missing.desktop"));
   const std::size_t descriptors = testing::openDescriptorCount();
   for (const auto& c : cases) {
     SCOPED_TRACE(c.url);
@@ -317,7 +317,7 @@ TEST_F(WorkspaceTest, LaunchesDesktopEntries) {
   ::kill(-application->processIdentifier(), SIGKILL);
 }
 
-TEST(DesktopEntry, ReplacesFieldCodes) {
+TEST(DesktopCommand, ReplacesFieldCodes) {
   const TemporaryFolder folder;
   using Words = std::vector<std::string>;
   const struct {
@@ -338,7 +338,7 @@ TEST(DesktopEntry, ReplacesFieldCodes) {
     SCOPED_TRACE(c.keys);
     const std::string path = folder.write(
         "x.desktop", "[Desktop Entry]\nType=Application\nName=N\n" + c.keys);
-    const auto entry = internal::readDesktopEntry(path);
+    const auto entry = internal::readDesktopCommand(path);
     ASSERT_TRUE(entry);
     EXPECT_TRUE(entry->command.front().starts_with('/'));
     EXPECT_EQ(Words(entry->command.begin() + 1, entry->command.end()), c.words);

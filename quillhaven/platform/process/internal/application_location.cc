@@ -13,7 +13,7 @@
 
 #include "quillhaven/platform/files/bundle.h"
 #include "quillhaven/platform/files/folders.h"
-#include "quillhaven/platform/process/internal/desktop_entry.h"
+#include "quillhaven/platform/process/internal/desktop_command.h"
 #include "quillhaven/platform/process/internal/proc_files.h"
 #include "quillhaven/platform/process/workspace.h"
 
@@ -80,7 +80,7 @@ LaunchPlan planForBundle(const std::string& path) {
 }
 
 LaunchPlan planForDesktopEntry(const std::string& path) {
-  const auto entry = readDesktopEntry(path);
+  const auto entry = readDesktopCommand(path);
   if (!entry) fail(path, ENOEXEC);
   LaunchPlan plan;
   plan.location = {

@@ -1,6 +1,6 @@
 // Icons of programs that have a desktop entry.
-#ifndef QUILLHAVEN_UI_INTERNAL_DESKTOP_ENTRY_H_
-#define QUILLHAVEN_UI_INTERNAL_DESKTOP_ENTRY_H_
+#ifndef QUILLHAVEN_UI_INTERNAL_DESKTOP_ICON_H_
+#define QUILLHAVEN_UI_INTERNAL_DESKTOP_ICON_H_
 
 #include <QIcon>
 #include <QString>
@@ -16,4 +16,4 @@ namespace quillhaven::ui::internal {
 
 }  // namespace quillhaven::ui::internal
 
-#endif  // QUILLHAVEN_UI_INTERNAL_DESKTOP_ENTRY_H_
+#endif  // QUILLHAVEN_UI_INTERNAL_DESKTOP_ICON_H_

@@ -1,4 +1,4 @@
-#include "quillhaven/platform/process/internal/desktop_entry.h"
+#include "quillhaven/platform/process/internal/desktop_command.h"
 
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
@@ -65,7 +65,7 @@ bool findProgram(std::string& program) {
 
 }  // namespace
 
-std::optional<DesktopEntry> readDesktopEntry(const std::string& path) {
+std::optional<DesktopCommand> readDesktopCommand(const std::string& path) {
   // Null also when what "Exec" or "TryExec" names cannot be executed.
   const GObjectPtr<GDesktopAppInfo> entry(
       ::g_desktop_app_info_new_from_filename(path.c_str()));
@@ -80,7 +80,7 @@ std::optional<DesktopEntry> readDesktopEntry(const std::string& path) {
       !::g_shell_parse_argv(line, &count, Receive(words), nullptr)) {
     return std::nullopt;
   }
-  DesktopEntry read;
+  DesktopCommand read;
   if (::g_desktop_app_info_get_boolean(entry.get(),
                                        G_KEY_FILE_DESKTOP_KEY_TERMINAL)) {
     read.command = {kTerminal, "-e"};

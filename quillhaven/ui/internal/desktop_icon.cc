@@ -1,4 +1,4 @@
-#include "quillhaven/ui/internal/desktop_entry.h"
+#include "quillhaven/ui/internal/desktop_icon.h"
 
 #include <glib.h>
 

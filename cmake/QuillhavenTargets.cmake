@@ -100,9 +100,11 @@ function(quillhaven_test name)
 endfunction()
 
 # quillhaven_benchmark(mail_benchmark SRCS a_benchmark.cc DEPS Quillhaven::mail)
-# adds one Google Benchmark program; the test run executes each case once.
+# adds one Google Benchmark program; the test run executes each case once. The
+# builds under sanitizers leave it out: what it calls has tests.
 function(quillhaven_benchmark name)
-  if(NOT QUILLHAVEN_BUILD_TESTS AND NOT QUILLHAVEN_BUILD_BENCHMARKS)
+  if(QUILLHAVEN_SANITIZE OR
+     (NOT QUILLHAVEN_BUILD_TESTS AND NOT QUILLHAVEN_BUILD_BENCHMARKS))
     return()
   endif()
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SRCS;DEPS")

@@ -158,10 +158,8 @@ std::vector<std::string> dataFolders() {
 }
 
 int makeFolder(const std::string& path) {
-  constexpr mode_t kOwnerOnly = 0700;
   // The call would take the text up to the NUL for the path.
   if (path.find('\0') != std::string::npos) return EINVAL;
-  if (::mkdir(path.c_str(), kOwnerOnly) == 0) return 0;
   const std::size_t slash = path.find_last_of('/');
   const bool hasParent = slash != std::string::npos && slash != 0;
   const std::string parent = hasParent    ? path.substr(0, slash)

@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <utility>
 
+#include "quillhaven/platform/files/folders.h"
+
 namespace quillhaven::platform::internal {
 namespace {
 
@@ -25,30 +27,6 @@ auto retrying(const Call& call) {
 }
 
 int errnoOf(int result) { return result < 0 ? errno : 0; }
-
-// Makes one folder and brings its name to the disk, without which nothing in it
-// would outlast a machine that stops.
-int makeFolderIn(const std::string& parent, const std::string& path) {
-  if (::mkdir(path.c_str(), kFolderMode) < 0) return errno;
-  const UniqueFd folder(
-      ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (folder.valid()) ::fsync(folder.get());
-  return 0;
-}
-
-int makeFolders(const std::string& path) {
-  const std::size_t slash = path.find_last_of('/');
-  const bool hasParent = slash != std::string::npos && slash != 0;
-  const std::string parent = hasParent    ? path.substr(0, slash)
-                             : slash == 0 ? "/"
-                                          : ".";
-  int error = makeFolderIn(parent, path);
-  if (error == ENOENT && hasParent) {
-    error = makeFolders(parent);
-    if (error == 0) error = makeFolderIn(parent, path);
-  }
-  return error == EEXIST ? 0 : error;
-}
 
 int writeAll(int fd, std::string_view bytes) {
   while (!bytes.empty()) {
@@ -131,7 +109,7 @@ int KeychainFolder::before(WriteStep step) const {
 // Opens the folder, makes it where it is missing and closes it to others where
 // it is not.
 int KeychainFolder::open(UniqueFd& folder) const {
-  if (const int error = makeFolders(path_)) return error;
+  if (const int error = makeFolder(path_)) return error;
   folder = UniqueFd(retrying([&] {
     return ::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   }));

@@ -1,6 +1,5 @@
 // The programs that start when the user logs in: the entries of the desktop's
-// "autostart" folder (freedesktop.org, Desktop Application Autostart
-// Specification 0.5) as a list of bundles.
+// "autostart" folder (freedesktop.org, version 0.5) as a list of bundles.
 #ifndef QUILLHAVEN_PLATFORM_FILES_LOGIN_ITEMS_H_
 #define QUILLHAVEN_PLATFORM_FILES_LOGIN_ITEMS_H_
 

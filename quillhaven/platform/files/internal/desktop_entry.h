@@ -1,4 +1,4 @@
-// Desktop entries (freedesktop.org, Desktop Entry Specification 1.5): key files
+// Desktop entries (freedesktop.org, version 1.5): key files
 // that say how a program is started.
 #ifndef QUILLHAVEN_PLATFORM_FILES_INTERNAL_DESKTOP_ENTRY_H_
 #define QUILLHAVEN_PLATFORM_FILES_INTERNAL_DESKTOP_ENTRY_H_

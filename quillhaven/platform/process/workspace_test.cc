@@ -403,11 +403,12 @@ TEST_F(WorkspaceTest, FindsApplicationsWhileProcessesVanish) {
     }
   });
   const auto other = makeWorkspace({});
-  for (int i = 0; i < 100; ++i) {
-    const auto found =
-        other->runningApplicationsWithBundleIdentifier(kIdentifier);
-    EXPECT_EQ(found.size(), 1U);
-  }
+  const auto found = [&other] {
+    return other->runningApplicationsWithBundleIdentifier(kIdentifier).size();
+  };
+  // A launch returns a moment before the program's arguments can be read.
+  EXPECT_TRUE(turnUntil([&] { return found() == 1; }));
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(found(), 1U);
   isOver = true;
   churn.join();
 }

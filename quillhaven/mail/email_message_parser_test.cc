@@ -6,6 +6,8 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "quillhaven/mail/testing/log_capture.h"
@@ -134,6 +136,42 @@ TEST(Headers, CarryThePendingValue) {
         valuesOf(parsed(std::string(c.header) + "\nMIME-Version: 1.0\n\n"),
                  c.name),
         c.values);
+  }
+}
+
+// New names and known ones, with own values and carried ones, while the table
+// grows from a few fields to thousands.
+TEST(Headers, CarryValuesInTablesOfAnySize) {
+  std::string message = "Subject: Hello\n";
+  std::vector<std::pair<std::string, Values>> expected = {
+      {"subject", {"Hello"}}};
+  std::unordered_map<std::string, std::size_t> places = {{"subject", 0}};
+  std::string value = "Hello";
+  constexpr std::size_t kMostLines = 9000;
+  for (std::size_t i = 1; i < kMostLines; ++i) {
+    // Every third is one of those before.
+    const std::size_t number = i % 3 == 0 ? i * 7919 % i : i;
+    const std::string name = "x" + std::to_string(number);
+    message += name + ':';
+    if (i % 5 < 2 || i % 11 == 0) {
+      value = std::string(2 + i * 31 % 300, 'v') + std::to_string(i % 4);
+      message += ' ' + value;
+    }
+    message += '\n';
+    const auto [place, isNew] = places.try_emplace(name, expected.size());
+    if (isNew) expected.push_back({name, {}});
+    expected[place->second].second.push_back(value);
+
+    if (i != 40 && i != 60 && i != 1000 && i + 1 != kMostLines) continue;
+    const EmailMessageParser parser = parsed(message + "\n");
+    const HeaderTable& table = parser.headerDictionary();
+    ASSERT_EQ(table.size(), expected.size());
+    for (std::size_t field = 0; field < expected.size(); ++field) {
+      SCOPED_TRACE(expected[field].first);
+      ASSERT_EQ(table.nameAt(field), expected[field].first);
+      ASSERT_EQ(valuesOf(parser, expected[field].first),
+                expected[field].second);
+    }
   }
 }
 

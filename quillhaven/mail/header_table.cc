@@ -60,7 +60,8 @@ void HeaderTable::swap(HeaderTable& other) noexcept {
   std::swap(blocks_, other.blocks_);
   std::swap(room_, other.room_);
   std::swap(runs_, other.runs_);
-  std::swap(several_, other.several_);
+  std::swap(apart_, other.apart_);
+  std::swap(shared_, other.shared_);
   std::swap(fields_, other.fields_);
   std::swap(smallSlots_, other.smallSlots_);
   std::swap(slots_, other.slots_);
@@ -95,7 +96,7 @@ std::size_t HeaderTable::Values::size() const {
 char* HeaderTable::takeAligned(std::size_t size) {
   constexpr std::size_t kAlignment = alignof(std::uint32_t);
   static_assert(alignof(Run) == kAlignment && alignof(Field) == kAlignment &&
-                alignof(Several) == kAlignment);
+                alignof(Apart) == kAlignment && alignof(Shared) == kAlignment);
   const auto unaligned =
       static_cast<std::size_t>(reinterpret_cast<std::uintptr_t>(room_.start)) %
       kAlignment;
@@ -134,45 +135,119 @@ std::uint32_t HeaderTable::expect(std::string_view name) const {
   return hash;
 }
 
+HeaderTable::Stored HeaderTable::valueBehind(std::uint32_t number,
+                                             Place name) const {
+  const char* const start = bytesAt(name);
+  const std::string_view nameText = textAt(start);
+  const char* const behind = nameText.data() + nameText.size();
+  if (static_cast<std::uint8_t>(*behind) != kSharedValue) {
+    return {name + static_cast<Place>(behind - start), textAt(behind)};
+  }
+  // The last one from no later field.
+  std::uint32_t low = 0;
+  std::uint32_t high = shared_.size() - 1;
+  while (low < high) {
+    const std::uint32_t middle = high - (high - low) / 2;
+    if (shared_[middle].from <= number) {
+      low = middle;
+    } else {
+      high = middle - 1;
+    }
+  }
+  const Place value = shared_[low].value;
+  return {value, textAt(value)};
+}
+
+// Puts the value behind the name, or a sign that it is an earlier one.
+HeaderTable::StoredField HeaderTable::storeField(Stored name, bool nameIsNew,
+                                                 Stored value) {
+  const char* const behind = name.text.data() + name.text.size();
+  bool isTogether = nameIsNew && behind == room_.start && room_.size > 0;
+  if (isTogether && value.text.empty()) {
+    *take(1) = 0;
+    value = kEmpty;
+  } else if (isTogether && value.place != kNotStored) {
+    *take(1) = static_cast<char>(kSharedValue);
+  } else if (value.place == kNotStored) {
+    value = store(value.text);
+    isTogether = isTogether &&
+                 value.text.data() == behind + sizeOfPrefix(value.text.size());
+  }
+  return {name, value, isTogether};
+}
+
+void HeaderTable::addStored(const StoredField& field, std::uint32_t hash) {
+  const std::uint32_t known = indexOf(field.name.text, hash);
+  if (known == kNone) {
+    addNew(field, hash);
+  } else {
+    addTo(known, field.value);
+  }
+}
+
+void HeaderTable::addNew(const StoredField& field, std::uint32_t hash) {
+  const auto& [name, value, isTogether] = field;
+  const std::uint32_t number = fields_.size();
+  if (isTogether) {
+    const char* const behind = name.text.data() + name.text.size();
+    if (static_cast<std::uint8_t>(*behind) == kSharedValue) {
+      const std::uint32_t count = shared_.size();
+      if (count == 0 || shared_[count - 1].value != value.place) {
+        shared_.push(*this, {number, value.place});
+      }
+    }
+    fields_.push(*this, name.place);
+  } else {
+    fields_.push(*this, kApart | apart_.size());
+    apart_.push(*this, {name.place, value.place, kNone});
+  }
+  addToIndex(number, hash);
+}
+
 HeaderTable::StoredField HeaderTable::add(Stored name, std::uint32_t hash,
                                           bool nameIsNew, Stored value) {
   const std::uint32_t known = indexOf(name.text, hash);
   if (known == kNone) {
-    if (value.place == kNotStored) value = store(value.text);
-    const std::uint32_t added = fields_.size();
-    fields_.push(*this, {name.place, value.place});
-    addToIndex(added, hash);
-    return {name, value};
+    const StoredField field = storeField(name, nameIsNew, value);
+    addNew(field, hash);
+    return field;
   }
-
   if (nameIsNew) giveBackText(name.text.size());
-  Field& field = fields_[known];
-  name = {field.name, textAt(field.name)};
-  const Values values(this, field);
-  const std::uint32_t last = values.last_;
-  const Place lastPlace = last == kNone ? values.first_ : runs_[last].text;
-  const std::string_view lastText = textAt(lastPlace);
-  const bool isSame = lastPlace == value.place || lastText == value.text;
-  if (isSame) {
-    value = {lastPlace, lastText};
-    if (last != kNone) {
-      ++runs_[last].count;
-      return {name, value};
+  const std::string_view text = nameAt(known);
+  return {{kNone, text}, addTo(known, value)};
+}
+
+HeaderTable::Stored HeaderTable::addTo(std::uint32_t number, Stored value) {
+  Field& field = fields_[number];
+  Apart* apart = (field & kApart) == 0 ? nullptr : &apart_[field & ~kApart];
+  Run* last =
+      apart == nullptr || apart->last == kNone ? nullptr : &runs_[apart->last];
+  Stored before;
+  if (apart == nullptr) {
+    before = valueBehind(number, field);
+  } else {
+    before.place = last == nullptr ? apart->first : last->text;
+    before.text = textAt(before.place);
+  }
+  if (before.place == value.place || before.text == value.text) {
+    value = before;
+    if (last != nullptr) {
+      ++last->count;
+      return value;
     }
   } else if (value.place == kNotStored) {
     value = store(value.text);
   }
   const std::uint32_t run = runs_.size();
-  if (last == kNone) {
-    runs_.push(*this, {value.place, 1, run});
-    several_.push(*this, {values.first_, run});
-    field.value = Field::kSeveral | (several_.size() - 1);
+  runs_.push(*this, {value.place, 1, last == nullptr ? run : last->next});
+  if (last != nullptr) last->next = run;
+  if (apart != nullptr) {
+    apart->last = run;
   } else {
-    runs_.push(*this, {value.place, 1, runs_[last].next});
-    runs_[last].next = run;
-    several_[field.value & ~Field::kSeveral].last = run;
+    apart_.push(*this, {field, before.place, run});
+    field = kApart | (apart_.size() - 1);
   }
-  return {name, value};
+  return value;
 }
 
 std::uint32_t HeaderTable::indexOf(std::string_view name) const {
@@ -227,7 +302,7 @@ void HeaderTable::addToSlots(std::uint32_t field, std::uint32_t hash) {
 void HeaderTable::growSlots() {
   const std::size_t size =
       std::max(slots_.size() / 2 * 3, 2 * smallSlots_.size());
-  slots_ = {};  // freed first: it may be large
+  std::vector<std::uint32_t>().swap(slots_);  // freed first: it may be large
   slots_.assign(size, kNone);
   // Their slots lie all over the memory: they are asked for some names ahead.
   constexpr std::uint32_t kAhead = 16;

@@ -33,12 +33,14 @@ class HeaderTable {
   static constexpr std::uint32_t kNone = 0xFFFFFFFF;
 
   // Where a text begins: the number of its block and the byte in that. Texts
-  // stand behind their sizes, of one byte, or of 255 and four more.
+  // stand behind their sizes, of one byte, or of kLongText and four more.
   using Place = std::uint32_t;
   static constexpr unsigned kOffsetBits = 18;
   static constexpr Place kOffsetMask = (Place{1} << kOffsetBits) - 1;
   static constexpr unsigned kPlaceBits = 31;
   static constexpr std::uint8_t kLongText = 255;
+  // Stands behind a name instead of a value: that is in shared_.
+  static constexpr std::uint8_t kSharedValue = 254;
 
   // Equal values that follow one another, as one.
   struct Run {
@@ -46,15 +48,21 @@ class HeaderTable {
     std::uint32_t count;
     std::uint32_t next;  // of the same field; after the last comes the first
   };
-  // The values of a field with more than one.
-  struct Several {
-    Place first;
-    std::uint32_t last;  // the last run of those after the first value
-  };
-  struct Field {
-    static constexpr std::uint32_t kSeveral = std::uint32_t{1} << kPlaceBits;
+  // A field is the place of its name, and its one value stands behind that; or
+  // it is kApart and a number in apart_.
+  using Field = std::uint32_t;
+  static constexpr Field kApart = Field{1} << kPlaceBits;
+  // A field with more than one value, or one that stands elsewhere.
+  struct Apart {
     Place name;
-    std::uint32_t value;  // its place, or kSeveral and a number in several_
+    Place first;
+    std::uint32_t last;  // the last run of those after `first`, or kNone
+  };
+  // The one value of the field `from` and of those after it that share theirs
+  // with it, up to the next of these.
+  struct Shared {
+    std::uint32_t from;
+    Place value;
   };
 
   // An array whose elements stay where they are, first a few of them in the
@@ -145,9 +153,7 @@ class HeaderTable {
     [[nodiscard]] Iterator end() const { return {table_, {}, 0, last_, last_}; }
     // Counts them, in time proportional to how often the value changes.
     [[nodiscard]] std::size_t size() const;
-    [[nodiscard]] std::string_view front() const {
-      return table_->textAt(first_);
-    }
+    [[nodiscard]] std::string_view front() const { return first_; }
     [[nodiscard]] std::string_view back() const {
       return last_ == kNone ? front()
                             : table_->textAt(table_->runs_[last_].text);
@@ -155,16 +161,11 @@ class HeaderTable {
 
    private:
     friend class HeaderTable;
-    Values(const HeaderTable* table, const Field& field)
-        : table_(table), first_(field.value), last_(kNone) {
-      if ((field.value & Field::kSeveral) == 0) return;
-      const Several& several = table->several_[field.value & ~Field::kSeveral];
-      first_ = several.first;
-      last_ = several.last;
-    }
+    Values(const HeaderTable* table, std::string_view first, std::uint32_t last)
+        : table_(table), first_(first), last_(last) {}
     const HeaderTable* table_;
-    Place first_;
-    std::uint32_t last_;
+    std::string_view first_;
+    std::uint32_t last_;  // the last run of those after it, or kNone
   };
 
   HeaderTable() = default;
@@ -186,10 +187,17 @@ class HeaderTable {
   [[nodiscard]] std::size_t size() const { return fields_.size(); }
   [[nodiscard]] bool empty() const { return fields_.size() == 0; }
   [[nodiscard]] std::string_view nameAt(std::size_t index) const {
-    return textAt(fields_[static_cast<std::uint32_t>(index)].name);
+    const Field field = fields_[static_cast<std::uint32_t>(index)];
+    return textAt((field & kApart) == 0 ? field : apart_[field & ~kApart].name);
   }
   [[nodiscard]] Values valuesAt(std::size_t index) const {
-    return {this, fields_[static_cast<std::uint32_t>(index)]};
+    const auto number = static_cast<std::uint32_t>(index);
+    const Field field = fields_[number];
+    if ((field & kApart) == 0) {
+      return {this, valueBehind(number, field).text, kNone};
+    }
+    const Apart& apart = apart_[field & ~kApart];
+    return {this, textAt(apart.first), apart.last};
   }
 
   // Adds `value` at the end of the array under `name`; both are copied.
@@ -224,7 +232,7 @@ class HeaderTable {
     std::string_view text;
   };
   static constexpr std::size_t sizeOfPrefix(std::size_t size) {
-    return size < kLongText ? 1 : 1 + sizeof(std::uint32_t);
+    return size < kSharedValue ? 1 : 1 + sizeof(std::uint32_t);
   }
   // Gives out room for a text of `size` bytes, which the caller writes, at once
   // and with up to `spare` bytes of anything behind it. giveBackText() frees it
@@ -237,7 +245,7 @@ class HeaderTable {
     if (prefix + size + spare > room_.size) addBlock(prefix + size + spare);
     place = room_.place;
     char* const start = take(prefix + size);
-    if (size < kLongText) {
+    if (size < kSharedValue) {
       *start = static_cast<char>(size);
       return start + 1;
     }
@@ -255,9 +263,12 @@ class HeaderTable {
   // The empty text, which costs nothing.
   static constexpr Stored kEmpty = {0, {}};
   [[nodiscard]] std::string_view textAt(Place place) const {
-    if (place == kEmpty.place) return {};
-    const char* const start =
-        blocks_[place >> kOffsetBits].get() + (place & kOffsetMask);
+    return place == kEmpty.place ? std::string_view() : textAt(bytesAt(place));
+  }
+  [[nodiscard]] const char* bytesAt(Place place) const {
+    return blocks_[place >> kOffsetBits].get() + (place & kOffsetMask);
+  }
+  [[nodiscard]] static std::string_view textAt(const char* start) {
     const auto size = static_cast<std::uint8_t>(*start);
     if (size != kLongText) return {start + 1, size};
     std::uint32_t longSize;
@@ -270,10 +281,14 @@ class HeaderTable {
   // in the index.
   [[nodiscard]] std::uint32_t expect(std::string_view name) const;
 
+  // The value of a field that is the place of its name.
+  [[nodiscard]] Stored valueBehind(std::uint32_t number, Place name) const;
+
   // A field as the table keeps it.
   struct StoredField {
     Stored name;
     Stored value;
+    bool isTogether = false;  // by valueBehind()
   };
   // Adds a value under a name with that hash. With `nameIsNew`, the name was
   // stored last, and is freed if the name is known. A value that is not stored
@@ -281,6 +296,12 @@ class HeaderTable {
   static constexpr Place kNotStored = kNone;
   StoredField add(Stored name, std::uint32_t hash, bool nameIsNew,
                   Stored value);
+  // The same in two steps, between which other fields may be stored.
+  StoredField storeField(Stored name, bool nameIsNew, Stored value);
+  void addStored(const StoredField& field, std::uint32_t hash);
+  void addNew(const StoredField& field, std::uint32_t hash);
+  // Adds a value to a known field, and returns it as it is stored there.
+  Stored addTo(std::uint32_t number, Stored value);
 
   // Returns the number of the field called `name`, or kNone.
   [[nodiscard]] std::uint32_t indexOf(std::string_view name) const;
@@ -305,7 +326,8 @@ class HeaderTable {
   };
   Room room_;
   Array<Run> runs_;
-  Array<Several> several_;
+  Array<Apart> apart_;
+  Array<Shared> shared_;
   Array<Field> fields_;
   // Open addressing over the numbers of the fields: for few fields those plus
   // one, 0 being free; else in slots_, kNone being free, where the bits that no

@@ -456,17 +456,16 @@ void HeaderBlockReader::flush() {
 // out of the caches, and comes in while further fields are read.
 HeaderTable::StoredField HeaderBlockReader::addLater(
     HeaderTable::Stored value) {
-  if (value.place == HeaderTable::kNotStored) value = table_.store(value.text);
   if (pending_.empty()) pending_.reserve(kMostPending);
-  pending_.push_back({{name_, value}, nameHash_});
+  const auto stored = table_.storeField(name_, nameIsNew_, value);
+  pending_.push_back({stored, nameHash_});
   if (pending_.size() == kMostPending) addPending();
-  return {name_, value};
+  return stored;
 }
 
 void HeaderBlockReader::addPending() {
   for (const PendingField& pending : pending_) {
-    const auto& [name, value] = pending.field;
-    table_.add(name, pending.hash, false, value);
+    table_.addStored(pending.field, pending.hash);
   }
   pending_.clear();
 }

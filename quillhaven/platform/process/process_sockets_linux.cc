@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <new>
 #include <numeric>
 #include <optional>
 #include <span>
@@ -71,8 +72,9 @@ LinkRead readDescriptorLink(int folder, std::int32_t number) {
   return {LinkRead::Outcome::kSocket, *inode};
 }
 
-// From so many descriptors on, a second thread is worth its start, and a guess
-// of their numbers its check.
+// From so many descriptors on, a second thread is worth its start, a dump
+// beside their links that it may have to be taken again, and a guess of their
+// numbers its check.
 constexpr std::size_t kManyDescriptors = 2048;
 
 // Starts a thread that no signal of the host's reaches; one that cannot be
@@ -93,9 +95,11 @@ std::thread startHelper(const std::function<void()>& work) {
 }
 
 // Reads the links of descriptors `numbers`. Nearly all time goes into the
-// kernel's work for each link, which two threads share where there are many.
+// kernel's work for each link, which two threads share where there are many;
+// the second one does `before` first, if that is given.
 std::vector<LinkRead> readDescriptorLinks(
-    int folder, const std::vector<std::int32_t>& numbers) {
+    int folder, const std::vector<std::int32_t>& numbers,
+    const std::function<void()>& before) {
   constexpr std::size_t kPiece = 128;
   std::vector<LinkRead> links(numbers.size());
   std::atomic<std::size_t> next = 0;
@@ -107,7 +111,12 @@ std::vector<LinkRead> readDescriptorLinks(
     }
   };
   std::thread helper;
-  if (numbers.size() >= kManyDescriptors) helper = startHelper(readPieces);
+  if (numbers.size() >= kManyDescriptors) {
+    helper = startHelper([&] {
+      if (before) before();
+      readPieces();
+    });
+  }
   readPieces();
   if (helper.joinable()) helper.join();
   return links;
@@ -148,7 +157,7 @@ class LinuxProcessSockets : public ProcessSockets {
   [[nodiscard]] bool findNumbers();
   [[nodiscard]] bool listNumbers();
   [[nodiscard]] bool isInOurNetwork() const;
-  [[nodiscard]] bool handSocketsTo(const internal::SocketSink& sink) const;
+  void takeDump();
   void findSockets();
   ReadOutcome readProtocol(std::int32_t number,
                            SocketInformation& information) const;
@@ -160,8 +169,12 @@ class LinuxProcessSockets : public ProcessSockets {
   std::vector<std::int32_t> numbers_;  // of all descriptors, ascending
   std::vector<OpenSocket> sockets_;    // by descriptor
   bool areNumbersAssumed_ = false;
+  // The TCP sockets of the process's network, by inode.
+  std::vector<std::pair<std::uint64_t, SocketInformation>> dump_;
+  bool isDumped_ = false;
+  bool isDumpWhole_ = false;
+  bool isDumpOlder_ = false;  // than some of the links
   bool areSocketsFound_ = false;
-  bool isEverySocketSeen_ = false;  // the dump was whole
 };
 
 // Servers with very many descriptors use all numbers from 0 on; listing them
@@ -210,8 +223,20 @@ ReadOutcome LinuxProcessSockets::readDescriptors(
     std::span<Descriptor> descriptors) {
   using Outcome = LinkRead::Outcome;
   if (numbers_.size() > descriptors.size()) numbers_.resize(descriptors.size());
+  // In our own process the socket of the dump could take a number in a gap.
+  std::function<void()> earlyDump;
+  if (processIdentifier_ != ::getpid()) {
+    earlyDump = [this] {
+      try {
+        takeDump();
+        isDumpOlder_ = true;
+      } catch (const std::bad_alloc&) {
+        // Taken later, then.
+      }
+    };
+  }
   std::vector<LinkRead> links =
-      readDescriptorLinks(descriptors_.get(), numbers_);
+      readDescriptorLinks(descriptors_.get(), numbers_, earlyDump);
   const auto isGone = [](const LinkRead& link) {
     return link.outcome == Outcome::kGone;
   };
@@ -221,7 +246,7 @@ ReadOutcome LinuxProcessSockets::readDescriptors(
     if (numbers_.size() > descriptors.size()) {
       numbers_.resize(descriptors.size());
     }
-    links = readDescriptorLinks(descriptors_.get(), numbers_);
+    links = readDescriptorLinks(descriptors_.get(), numbers_, {});
   }
   std::size_t count = 0;
   for (std::size_t i = 0; i < links.size(); ++i) {
@@ -251,17 +276,26 @@ bool LinuxProcessSockets::isInOurNetwork() const {
                                        sizeof theirs);
 }
 
-bool LinuxProcessSockets::handSocketsTo(
-    const internal::SocketSink& sink) const {
-  if (isInOurNetwork() && internal::dumpTCPSockets(sink)) return true;
-  const auto table = internal::readWhole(process_.get(), "net/tcp");
-  if (!table) return false;
-  internal::readTCPTable(*table, sink);
-  return true;
+void LinuxProcessSockets::takeDump() {
+  dump_.clear();
+  const auto take = [this](std::uint64_t inode,
+                           const SocketInformation& information) {
+    dump_.emplace_back(inode, information);
+  };
+  isDumpWhole_ = isInOurNetwork() && internal::dumpTCPSockets(take);
+  if (!isDumpWhole_) {
+    dump_.clear();
+    const auto table = internal::readWhole(process_.get(), "net/tcp");
+    if (table) internal::readTCPTable(*table, take);
+    isDumpWhole_ = table.has_value();
+  }
+  isDumped_ = true;
+  isDumpOlder_ = false;
 }
 
 void LinuxProcessSockets::findSockets() {
   areSocketsFound_ = true;
+  if (!isDumped_) takeDump();
   using ByInode = std::pair<std::uint64_t, std::size_t>;
   std::vector<ByInode> inodes;  // with the place in sockets_
   inodes.reserve(sockets_.size());
@@ -269,14 +303,13 @@ void LinuxProcessSockets::findSockets() {
     inodes.emplace_back(sockets_[i].inode, i);
   }
   std::sort(inodes.begin(), inodes.end());
-  isEverySocketSeen_ = handSocketsTo([&](std::uint64_t inode,
-                                         const SocketInformation& information) {
+  for (const auto& [inode, information] : dump_) {
     // Several descriptors may hold one socket.
     auto at = std::lower_bound(inodes.begin(), inodes.end(), ByInode(inode, 0));
     for (; at != inodes.end() && at->first == inode; ++at) {
       sockets_[at->second].information = information;
     }
-  });
+  }
 }
 
 ReadOutcome LinuxProcessSockets::readSocket(std::int32_t number,
@@ -288,9 +321,19 @@ ReadOutcome LinuxProcessSockets::readSocket(std::int32_t number,
                          return socket.descriptor < wanted;
                        });
   if (at == sockets_.end() || at->descriptor != number) return failure(EBADF);
-  if (!at->information) return readProtocol(number, information);
-  information = *at->information;
-  return {kSocketInformationSize, 0};
+  if (at->information) {
+    information = *at->information;
+    return {kSocketInformationSize, 0};
+  }
+  const ReadOutcome outcome = readProtocol(number, information);
+  const bool isTCP = outcome.size > 0 &&
+                     information.family == SocketFamily::kIPv4 &&
+                     information.kind == SocketKind::kTCP;
+  if (!isTCP || !isDumpOlder_) return outcome;
+  // It may have been made or connected since.
+  takeDump();
+  findSockets();
+  return readSocket(number, information);
 }
 
 // Tells what a socket is that no list has. An IPv4 TCP socket that is neither
@@ -307,7 +350,7 @@ ReadOutcome LinuxProcessSockets::readProtocol(
       ::getxattr(path.c_str(), "system.sockprotoname", name, sizeof name);
   if (size <= 0) return failure(errno);
   const std::string_view protocol(name, static_cast<std::size_t>(size) - 1);
-  if (protocol == "TCP" && !isEverySocketSeen_) return failure(ENOTSUP);
+  if (protocol == "TCP" && !isDumpWhole_) return failure(ENOTSUP);
 
   information = {};
   if (protocol == "TCP" || protocol == "TCPv6") {

@@ -1,8 +1,12 @@
 #include "quillhaven/platform/process/process_sockets.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -141,6 +145,54 @@ TEST(ProcessSockets, IsSilentAboutAProcessThatEndsBetweenTwoReads) {
   const ReadOutcome read = sockets->readDescriptors(descriptors);
   EXPECT_LE(read.size, 0);
   EXPECT_EQ(read.error, ESRCH);
+}
+
+// Of very many descriptors the sockets are listed while the links are read.
+TEST(ProcessSockets, SeesWhatBecomesOfASocketAfterTheListing) {
+  const Child child = Child::run([] {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    const int late = ::socket(AF_INET, SOCK_STREAM, 0);
+    const int unused = ::socket(AF_INET, SOCK_STREAM, 0);
+    for (int i = 0; i < 3000; ++i) {
+      if (::dup(STDERR_FILENO) < 0) return 1;
+    }
+    const auto report = [](int number) {
+      const std::string line = std::to_string(number) + "\n";
+      return ::write(1, line.data(), line.size()) > 0;
+    };
+    sigset_t go;
+    sigemptyset(&go);
+    sigaddset(&go, SIGUSR1);
+    ::sigprocmask(SIG_BLOCK, &go, nullptr);
+    int number;
+    if (!report(late) || !report(unused) || ::sigwait(&go, &number) != 0) {
+      return 1;
+    }
+    if (::listen(late, 1) != 0 || !report(0)) return 1;
+    return ::pause();
+  });
+  const int late = std::stoi(child.readLine());
+  const int unused = std::stoi(child.readLine());
+
+  const ProcessTable table;
+  const auto sockets = processSockets(table, child.pid());
+  TaskSummary summary;
+  ASSERT_EQ(sockets->readTaskSummary(summary).size, kTaskSummarySize);
+  ASSERT_GE(summary.openFileCount, 3000);
+  std::vector<Descriptor> descriptors(
+      static_cast<std::size_t>(summary.openFileCount));
+  ASSERT_GT(sockets->readDescriptors(descriptors).size, 0);
+  ::kill(child.pid(), SIGUSR1);
+  ASSERT_EQ(child.readLine(), "0");
+  SocketInformation information;
+  ASSERT_GT(sockets->readSocket(unused, information).size, 0);
+  EXPECT_EQ(shown(information), "0 0.0.0.0:0 0.0.0.0:0");
+  ASSERT_GT(sockets->readSocket(late, information).size, 0);
+  EXPECT_EQ(information.state, 1);
+  EXPECT_NE(information.localPort, 0);
 }
 
 }  // namespace

@@ -1,12 +1,19 @@
 // Runs the parser and the text operations on input made to hurt and shows how
 // time and memory grow with its size.
 #include <malloc.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <valgrind/callgrind.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <limits>
+#include <map>
 #include <optional>
 
 #include "benchmarks/heap_counter.h"
@@ -28,10 +35,19 @@ constexpr std::size_t kSmallestSize = 64 * kKiB;
 constexpr std::size_t kSmallestDoubledSize = 256 * kKiB;
 constexpr double kShortestDoubledSeconds = 0.001;
 
+// Counting takes some fifty times as long as running.
+constexpr std::size_t kLargestCountedSize = 4 * kMiB;
+// Tells the program under callgrind where that writes its counts.
+constexpr const char* kWorkFileVariable = "QUILLHAVEN_WORK_FILE";
+
 // What the product asks for.
 constexpr double kLargestFactor = 2.3;
 constexpr std::size_t kLargestMemoryFactor = 4;
 constexpr std::size_t kMemoryAllowance = kMiB;
+
+// What takes no longer than so many copies of its input goes at the speed of
+// the memory, and that falls by half and more where a cache is full.
+constexpr double kCopiesAtMemorySpeed = 4;
 
 // How often a course is measured again where a doubling looks too slow.
 constexpr int kRetries = 4;
@@ -42,6 +58,7 @@ constexpr double kPatienceSeconds = 10;
 struct Options {
   std::size_t maximumSize = 16 * kMiB;
   std::string only;  // part of the name of a shape or operation
+  bool countsWork = false;
   std::string markdownFile;
 };
 
@@ -52,6 +69,8 @@ struct Operation {
   std::string_view name;
   std::size_t (*run)(std::string_view text);
   std::size_t (*runForMemory)(std::string_view text) = nullptr;
+  // Whether memory is bound as well; not where the result itself may be larger.
+  bool isBoundInMemory = false;
 };
 
 // Returns the number of distinct fields, at least one, or 0 when the message is
@@ -69,7 +88,8 @@ std::size_t parseAndReadAddresses(std::string_view text) {
          message->to().size() + message->replyTo().size();
 }
 
-constexpr Operation kParse = {"parserWithData", parseAndReadAddresses, parse};
+constexpr Operation kParse = {"parserWithData", parseAndReadAddresses, parse,
+                              true};
 
 constexpr Operation kTextOperations[] = {
     {"stringByConvertingHTMLToPlainText",
@@ -123,6 +143,31 @@ constexpr Operation kTextOperations[] = {
        return tag ? tag->size() : 0;
      }},
 };
+
+// A copy of the text, as something that cannot be but linear.
+constexpr Operation kCopy = {"copy", [](std::string_view text) {
+                               const std::string copied(text);
+                               return copied.size() +
+                                      static_cast<unsigned char>(copied.back());
+                             }};
+
+// Returns the instructions that callgrind counts of one run. It tells them in
+// files alone, whose numbers go up.
+double instructionsOf(const Operation& operation, std::string_view text) {
+  static int dumps = 0;
+  CALLGRIND_ZERO_STATS;
+  keep(operation.run(text));
+  CALLGRIND_DUMP_STATS;
+  const std::string path = std::string(std::getenv(kWorkFileVariable)) + '.' +
+                           std::to_string(++dumps);
+  std::ifstream file(path);
+  double count = 0;
+  for (std::string word; file >> word;) {
+    if (word == "totals:" || word == "summary:") file >> count;
+  }
+  std::filesystem::remove(path);
+  return count;
+}
 
 struct Sample {
   std::size_t requestedSize = 0;  // a power of two, in bytes
@@ -178,13 +223,41 @@ double factorAt(const Course& course, std::size_t index) {
   return course.samples[index].seconds / course.samples[index - 1].seconds;
 }
 
+// Processor time of a copy of a text of `size` bytes, measured once.
+double secondsOfCopy(std::size_t size) {
+  static std::map<std::size_t, double> known;
+  const auto [at, isNew] = known.try_emplace(size);
+  if (isNew) at->second = bestSeconds(kCopy, std::string(size, 'x'));
+  return at->second;
+}
+
+double largestFactorOfCopies(std::size_t maximumSize) {
+  double factor = 0;
+  for (std::size_t size = 2 * kSmallestDoubledSize; size <= maximumSize;
+       size *= 2) {
+    factor = std::max(factor, secondsOfCopy(size) / secondsOfCopy(size / 2));
+  }
+  return factor;
+}
+
 bool countsAsDoubling(const Course& course, std::size_t index) {
   const Sample& smaller = course.samples[index - 1];
   return smaller.size >= kSmallestDoubledSize &&
          smaller.seconds >= kShortestDoubledSeconds;
 }
 
-void sumUp(Course& course) {
+bool goesAtMemorySpeed(const Sample& sample) {
+  return sample.seconds <=
+         kCopiesAtMemorySpeed * secondsOfCopy(sample.requestedSize);
+}
+
+bool looksTooSlow(const Course& course, std::size_t index) {
+  return countsAsDoubling(course, index) &&
+         factorAt(course, index) > kLargestFactor &&
+         !goesAtMemorySpeed(course.samples[index]);
+}
+
+void sumUp(const Operation& operation, Course& course) {
   for (std::size_t i = 0; i < course.samples.size(); ++i) {
     const Sample& sample = course.samples[i];
     const auto size = static_cast<double>(sample.size);
@@ -193,18 +266,14 @@ void sumUp(Course& course) {
     }
     course.memoryFactor = static_cast<double>(sample.peak) / size;
     course.resultFactor = static_cast<double>(sample.result) / size;
-    if (sample.peak > kLargestMemoryFactor * sample.size + kMemoryAllowance) {
+    if (operation.isBoundInMemory &&
+        sample.peak > kLargestMemoryFactor * sample.size + kMemoryAllowance) {
       course.isSmall = false;
     }
     if (i == 0 || !countsAsDoubling(course, i)) continue;
     course.factor = std::max(course.factor.value_or(0), factorAt(course, i));
+    if (looksTooSlow(course, i)) course.isLinear = false;
   }
-  course.isLinear = course.factor.value_or(0) <= kLargestFactor;
-}
-
-bool looksTooSlow(const Course& course, std::size_t index) {
-  return countsAsDoubling(course, index) &&
-         factorAt(course, index) > kLargestFactor;
 }
 
 // Noise can only add time, and it comes in spells that last longer than one
@@ -241,7 +310,7 @@ Course courseOf(const Operation& operation, const Shape& shape,
     }
   }
   measureAgain(operation, shape, course);
-  sumUp(course);
+  sumUp(operation, course);
   return course;
 }
 
@@ -260,6 +329,9 @@ std::string shownFactor(const Course& course) {
 
 std::string shownMark(const Course& course) {
   std::string text(mark(isMet(course)));
+  if (course.isLinear && course.factor.value_or(0) > kLargestFactor) {
+    text += ", memory's speed";
+  }
   if (course.samples.back().result == 0) text += ", refused";
   if (!course.isComplete) {
     text += ", gave up at " + shownSize(course.samples.back().requestedSize);
@@ -288,10 +360,13 @@ bool isWanted(const Options& options, std::string_view name) {
   return options.only.empty() || name.find(options.only) != std::string::npos;
 }
 
-std::string requirement() {
+std::string requirement(const Options& options) {
   return "Required: a factor of at most " + fixed(kLargestFactor, 1) +
-         " and memory of at most " + std::to_string(kLargestMemoryFactor) +
-         " times the size and 1 MiB.";
+         ". A bare copy of the text has one of up to " +
+         fixed(largestFactorOfCopies(options.maximumSize), 2) +
+         " on this machine, where its caches are full; what takes no longer "
+         "than " +
+         fixed(kCopiesAtMemorySpeed, 0) + " such copies may have a larger one.";
 }
 
 Table messageTable(const Options& options) {
@@ -302,7 +377,8 @@ Table messageTable(const Options& options) {
       shownSize(options.maximumSize) +
       ", with the addresses of From, To and Reply-To in the time but not in "
       "the memory. " +
-      requirement();
+      requirement(options) + " Memory of at most " +
+      std::to_string(kLargestMemoryFactor) + " times the size and 1 MiB.";
   table.columns = {"shape",         "ns/byte at 1 MiB", "largest factor",
                    "memory / size", "required",         "what it is"};
   for (const Shape& shape : hostileMessages()) {
@@ -362,7 +438,7 @@ Table operationTable(const Options& options) {
   table.caption = "Each operation on " + std::to_string(hostileTexts().size()) +
                   " texts from " + shownSize(kSmallestSize) + " to " +
                   shownSize(options.maximumSize) +
-                  "; shown is the worst of them. " + requirement();
+                  "; shown is the worst of them. " + requirement(options);
   table.columns = {"operation",     "ns/byte at 1 MiB",  "largest factor",
                    "memory / size", "its result / size", "required"};
   for (const Operation& operation : kTextOperations) {
@@ -385,6 +461,99 @@ Table operationTable(const Options& options) {
   return table;
 }
 
+// How the work of one operation on one shape grows.
+struct WorkCourse {
+  std::string shape;
+  double instructionsPerByte = 0;  // at the largest size
+  double factor = 0;               // the largest
+};
+
+WorkCourse workCourseOf(const Operation& operation, const Shape& shape,
+                        std::size_t maximumSize) {
+  WorkCourse course;
+  course.shape = shape.name;
+  double before = 0;
+  for (std::size_t size = kSmallestDoubledSize; size <= maximumSize;
+       size *= 2) {
+    const std::string text = shape.make(size);
+    const double count = instructionsOf(operation, text);
+    if (before > 0) course.factor = std::max(course.factor, count / before);
+    course.instructionsPerByte = count / static_cast<double>(text.size());
+    before = count;
+  }
+  return course;
+}
+
+Table workTable(const Options& options) {
+  const std::size_t maximumSize =
+      std::min(options.maximumSize, kLargestCountedSize);
+  Table table;
+  table.title = "Work";
+  table.caption = "Sizes from " + shownSize(kSmallestDoubledSize) + " to " +
+                  shownSize(maximumSize) + ". Required: a factor of at most " +
+                  fixed(kLargestFactor, 1) + '.';
+  table.columns = {"operation", "shape", "instructions/byte", "largest factor",
+                   "required"};
+  const auto add = [&table](const Operation& operation,
+                            const WorkCourse& course) {
+    table.rows.push_back({std::string(operation.name), course.shape,
+                          threeDigits(course.instructionsPerByte),
+                          fixed(course.factor, 3),
+                          std::string(mark(course.factor <= kLargestFactor))});
+  };
+  for (const Shape& shape : hostileMessages()) {
+    if (!isWanted(options, shape.name)) continue;
+    showProgress("counting parserWithData on " + shape.name);
+    add(kParse, workCourseOf(kParse, shape, maximumSize));
+  }
+  for (const Operation& operation : kTextOperations) {
+    std::vector<WorkCourse> courses;
+    for (const Shape& shape : hostileTexts()) {
+      if (!isWanted(options, shape.name) &&
+          !isWanted(options, operation.name)) {
+        continue;
+      }
+      showProgress("counting " + std::string(operation.name) + " on " +
+                   shape.name);
+      courses.push_back(workCourseOf(operation, shape, maximumSize));
+    }
+    // The worst of each.
+    const auto steepest = std::max_element(
+        courses.begin(), courses.end(),
+        [](const auto& a, const auto& b) { return a.factor < b.factor; });
+    if (steepest != courses.end()) add(operation, *steepest);
+  }
+  showProgress("");
+  return table;
+}
+
+// Runs this program anew under callgrind and returns its exit status.
+int countUnderCallgrind(int count, char** arguments) {
+  std::string folder =
+      std::filesystem::temp_directory_path() / "quillhaven-work-XXXXXX";
+  if (::mkdtemp(folder.data()) == nullptr) {
+    std::perror(folder.c_str());
+    return EXIT_FAILURE;
+  }
+  const std::string file = folder + "/counts";
+  const std::string output = "--callgrind-out-file=" + file;
+  std::vector<const char*> command = {"valgrind", "-q", "--tool=callgrind",
+                                      output.c_str()};
+  command.insert(command.end(), arguments, arguments + count);
+  command.push_back(nullptr);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::setenv(kWorkFileVariable, file.c_str(), 1);
+    ::execvp(command[0], const_cast<char* const*>(command.data()));
+    std::perror(command[0]);
+    ::_exit(EXIT_FAILURE);
+  }
+  int status = -1;
+  const bool hasRun = child > 0 && ::waitpid(child, &status, 0) == child;
+  std::filesystem::remove_all(folder);
+  return hasRun && WIFEXITED(status) ? WEXITSTATUS(status) : EXIT_FAILURE;
+}
+
 // Makes malloc() keep what is freed. Otherwise blocks above a certain size, and
 // no others, come from the system afresh every time, and the cost of their
 // pages makes a step in the times that has nothing to do with the code.
@@ -397,7 +566,14 @@ int run(const Options& options) {
   keepFreedMemory();
   platform::setLogSink([](const platform::LogMessage&) {});
   std::string markdown;
-  for (const Table& table : {messageTable(options), operationTable(options)}) {
+  std::vector<Table> tables;
+  if (options.countsWork) {
+    tables.push_back(workTable(options));
+  } else {
+    tables.push_back(messageTable(options));
+    tables.push_back(operationTable(options));
+  }
+  for (const Table& table : tables) {
     if (table.rows.empty()) continue;
     std::cout << tableAsText(table) << '\n';
     markdown += tableAsMarkdown(table) + '\n';
@@ -413,17 +589,25 @@ int run(const Options& options) {
 
 constexpr std::string_view kUsage =
     "usage: quillhaven_shapes [--max-size BYTES] [--only NAME] "
-    "[--markdown FILE]\n"
+    "[--markdown FILE] [--count-work]\n"
     "  --max-size BYTES  the largest size, 65536 or more (default 16777216)\n"
     "  --only NAME       only shapes and operations with NAME in their name,\n"
     "                    and every size of them\n"
-    "  --markdown FILE   also write the tables to FILE\n";
+    "  --markdown FILE   also write the tables to FILE\n"
+    "  --count-work      count instructions, with valgrind's callgrind, "
+    "instead\n"
+    "                    of measuring time and memory\n";
 
 // Reads the arguments; nothing when they are wrong.
 std::optional<Options> readOptions(int count, char** arguments) {
   Options options;
   for (int i = 1; i < count; i += 2) {
     const std::string_view flag = arguments[i];
+    if (flag == "--count-work") {
+      options.countsWork = true;
+      --i;
+      continue;
+    }
     if (i + 1 >= count) return std::nullopt;
     const char* const value = arguments[i + 1];
     if (flag == "--max-size") {
@@ -448,6 +632,9 @@ int main(int count, char** arguments) {
   if (!options) {
     std::cerr << quillhaven::benchmarks::kUsage;
     return 2;
+  }
+  if (options->countsWork && RUNNING_ON_VALGRIND == 0) {
+    return quillhaven::benchmarks::countUnderCallgrind(count, arguments);
   }
   return quillhaven::benchmarks::run(*options);
 }

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -87,10 +86,7 @@ TEST(Run, PassesStreamsAndStatusOn) {
 TEST(Shell, PrintsTheResultOrWhyThereIsNone) {
   const TemporaryFolder folder;
   const auto elevate = [&folder](std::string_view name, std::string_view text) {
-    const std::string path =
-        folder.write(name, std::string("#!/bin/sh\n").append(text));
-    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-    return path;
+    return folder.writeProgram(name, std::string("#!/bin/sh\n").append(text));
   };
   const std::string agreed = elevate("agreed", "exec \"$@\"\n");
   const std::string declined = elevate("declined", "exit 126\n");

@@ -102,10 +102,9 @@ TEST(Website, OpensWithTheHostsOpenerOrTheDesktops) {
   // A desktop whose opener writes down what it is given.
   const platform::testing::TemporaryFolder folder;
   ASSERT_EQ(::mkfifo(folder.path("told").c_str(), 0600), 0);
-  const std::string program = folder.write(
-      "xdg-open", "#!/bin/sh\nprintf '%s|%s\\n' \"$#\" \"$1\" > '" +
-                      folder.path("told") + "'\n");
-  ASSERT_EQ(::chmod(program.c_str(), 0700), 0);
+  folder.writeProgram("xdg-open",
+                      "#!/bin/sh\nprintf '%s|%s\\n' \"$#\" \"$1\" > '" +
+                          folder.path("told") + "'\n");
   const std::string path = std::getenv("PATH");
   ::setenv("PATH", (folder.path() + ":" + path).c_str(), 1);
   EXPECT_TRUE(Website::open(Page::sendLater));

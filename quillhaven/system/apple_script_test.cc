@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "quillhaven/platform/files/testing/temporary_folder.h"
 #include "quillhaven/platform/process/testing/process_state.h"
 
 namespace quillhaven::system {
@@ -12,7 +13,7 @@ namespace {
 
 using platform::testing::hasNoChildrenSoon;
 using platform::testing::openDescriptorCount;
-using platform::testing::ScratchFolder;
+using platform::testing::TemporaryFolder;
 using Privileges = AppleScript::Privileges;
 
 TEST(ShellScriptSource, IsBuiltToTheLetter) {
@@ -84,9 +85,9 @@ std::optional<AppleScriptError> errorOf(const std::string& command,
 }
 
 TEST(ExecuteShellScript, ThrowsWhatWentWrong) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   const Elevation dismissed = {
-      .program = folder.write("dismissed", "#!/bin/sh\nexit 126\n")};
+      .program = folder.writeProgram("dismissed", "#!/bin/sh\nexit 126\n")};
   const Privileges administrator = Privileges::administrator();
 
   EXPECT_EQ(errorOf("ls \xFF", Privileges::user()),
@@ -154,9 +155,9 @@ TEST(AppleScriptError, HasItsTexts) {
 }
 
 TEST(ExecuteShellScript, LeaksNothingInAThousandRuns) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   const Elevation refused = {
-      .program = folder.write("refused", "#!/bin/sh\nexit 127\n")};
+      .program = folder.writeProgram("refused", "#!/bin/sh\nexit 127\n")};
   const std::size_t descriptors = openDescriptorCount();
   for (int i = 0; i < 500; ++i) {
     ASSERT_FALSE(errorOf(":", Privileges::user()));

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "quillhaven/platform/base/fatal_error.h"
+#include "quillhaven/platform/files/testing/temporary_folder.h"
 #include "quillhaven/platform/process/testing/process_state.h"
 #include "quillhaven/platform/run_loop/run_loop.h"
 
@@ -24,8 +25,8 @@ using platform::ErrorSlot;
 using platform::RunLoop;
 using platform::testing::hasNoChildrenSoon;
 using platform::testing::openDescriptorCount;
-using platform::testing::ScratchFolder;
 using platform::testing::SignalHandling;
+using platform::testing::TemporaryFolder;
 using Clock = std::chrono::steady_clock;
 
 constexpr BlockingMode kModes[] = {BlockingMode::runLoop,
@@ -93,7 +94,7 @@ TEST_P(TaskModes, CollectLargeStreamsWhole) {
 }
 
 TEST_P(TaskModes, LeaveOutWhatIsNoReadablePipe) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   const platform::UniqueFd file(::open(folder.path("file").c_str(),
                                        O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
   const auto unread = Pipe::pipe();
@@ -126,7 +127,7 @@ TEST_P(TaskModes, GiveASharedPipeToBothStreams) {
 }
 
 TEST_P(TaskModes, SayWhyATaskCannotBeLaunched) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.path("program");
   const auto pipe = Pipe::pipe();
   Task task({.executable = path, .standardOutput = pipe});
@@ -153,7 +154,7 @@ TEST_P(TaskModes, SayWhyATaskCannotBeLaunched) {
   EXPECT_FALSE(task.processIdentifier() || task.terminationReason());
 
   // Nothing reads the pipe any more, and the task can be run after all.
-  static_cast<void>(folder.write("program", "#!/bin/sh\necho now\n"));
+  folder.writeProgram("program", "#!/bin/sh\necho now\n");
   const TaskOutput output = task.runAndWait(GetParam());
   EXPECT_EQ(*output.standardOutput, "now\n");
 }

@@ -11,6 +11,7 @@
 #include <system_error>
 #include <vector>
 
+#include "quillhaven/platform/files/testing/temporary_folder.h"
 #include "quillhaven/platform/process/collected_run.h"
 #include "quillhaven/platform/process/pipe.h"
 #include "quillhaven/platform/process/testing/process_state.h"
@@ -20,8 +21,8 @@ namespace {
 
 using testing::hasNoChildrenSoon;
 using testing::openDescriptorCount;
-using testing::ScratchFolder;
 using testing::SignalHandling;
+using testing::TemporaryFolder;
 using Reason = ExitStatus::Reason;
 
 LaunchRequest shell(const std::string& script) {
@@ -29,10 +30,10 @@ LaunchRequest shell(const std::string& script) {
 }
 
 TEST(ChildProcess, SaysWhyAProgramCannotBeStarted) {
-  const ScratchFolder folder;
-  const std::string plain = folder.write("plain", "#!/bin/sh\n", 0644);
-  const std::string script = folder.write("script", "echo hello\n");
-  const std::string orphan = folder.write("orphan", "#!/nowhere/sh\n");
+  const TemporaryFolder folder;
+  const std::string plain = folder.write("plain", "#!/bin/sh\n");
+  const std::string script = folder.writeProgram("script", "echo hello\n");
+  const std::string orphan = folder.writeProgram("orphan", "#!/nowhere/sh\n");
   const struct {
     LaunchRequest request;
     int error;
@@ -132,7 +133,7 @@ TEST(ChildProcess, HasSignalsAtTheirDefaults) {
 }
 
 TEST(ChildProcess, HasTheStreamsItWasGiven) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   const UniqueFd file(
       ::open(folder.path("file").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
   // The error stream is our standard output, and the output a file: the latter
@@ -150,8 +151,8 @@ TEST(ChildProcess, HasTheStreamsItWasGiven) {
 }
 
 TEST(ChildProcess, HasItsEnvironmentAndFolder) {
-  const ScratchFolder folder;
-  static_cast<void>(folder.write("program", "#!/bin/sh\npwd\n/usr/bin/env\n"));
+  const TemporaryFolder folder;
+  folder.writeProgram("program", "#!/bin/sh\npwd\n/usr/bin/env\n");
   const std::string relative = "./" + folder.path().substr(5) + "/program";
   ASSERT_EQ(folder.path().substr(0, 5), "/tmp/");
   const std::string before = std::filesystem::current_path();

@@ -8,14 +8,15 @@
 #include <string>
 #include <vector>
 
+#include "quillhaven/platform/files/testing/temporary_folder.h"
 #include "quillhaven/platform/process/pipe.h"
 #include "quillhaven/platform/process/testing/process_state.h"
 
 namespace quillhaven::platform {
 namespace {
 
-using testing::ScratchFolder;
 using testing::SignalHandling;
+using testing::TemporaryFolder;
 
 TEST(Script, ReadsTheStatementAndItsClauses) {
   const struct {
@@ -137,7 +138,7 @@ TEST(Script, DoesNotCallAnUnknownEndSuccess) {
 
 // What the elevation program of a system says and does, in scripts.
 TEST(Script, TellsTheEndsOfAnElevationApart) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   const struct {
     std::string program;  // of the elevation, after "#!/bin/sh"
     std::string command;
@@ -183,7 +184,8 @@ TEST(Script, TellsTheEndsOfAnElevationApart) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.program + " | " + c.command);
     const Elevation elevation = {
-        .program = folder.write("elevate", "#!/bin/sh\n" + c.program + "\n")};
+        .program =
+            folder.writeProgram("elevate", "#!/bin/sh\n" + c.program + "\n")};
     expectOutcome(scriptFor(c.command, "with administrator privileges")
                       .execute(elevation),
                   c.expected);
@@ -196,28 +198,30 @@ TEST(Script, TellsTheEndsOfAnElevationApart) {
 }
 
 TEST(Script, ShowsItsPromptOnce) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   const Script script = scriptFor(
       "true", "with administrator privileges with prompt \"50% sure?\"");
   std::vector<std::string> shown;
   const auto show = [&shown](std::string_view prompt) {
     shown.emplace_back(prompt);
   };
-  const std::string plain = folder.write("elevate", "#!/bin/sh\nexec \"$@\"\n");
+  const std::string plain =
+      folder.writeProgram("elevate", "#!/bin/sh\nexec \"$@\"\n");
   expectOutcome(script.execute({plain, show}), {""});
   EXPECT_EQ(shown, std::vector<std::string>{"50% sure?"});
 
-  const std::string sudo =
-      folder.write("sudo",
-                   "#!/bin/sh\n[ \"$1$2$3\" = '-p50%% sure? --' ] && shift 3 "
-                   "&& exec \"$@\"");
+  const std::string sudo = folder.writeProgram(
+      "sudo",
+      "#!/bin/sh\n[ \"$1$2$3\" = '-p50%% sure? --' ] && shift 3 "
+      "&& exec \"$@\"");
   expectOutcome(script.execute({sudo, show}), {""});
   EXPECT_EQ(shown.size(), 1u);
 }
 
 TEST(Script, SurvivesThatNobodyReadsThePrompt) {
-  const ScratchFolder folder;
-  const std::string plain = folder.write("elevate", "#!/bin/sh\nexec \"$@\"\n");
+  const TemporaryFolder folder;
+  const std::string plain =
+      folder.writeProgram("elevate", "#!/bin/sh\nexec \"$@\"\n");
   const auto pipe = Pipe::pipe();
   pipe->closeFileHandleForReading();
   const UniqueFd kept(::dup(STDERR_FILENO));

@@ -73,9 +73,7 @@ TEST_F(WorkspaceTest, SaysWhyAnApplicationCannotBeLaunched) {
   folder_.write("Plain.app/Contents/MacOS/Plain", "echo");
   folder_.write("Text.app/Contents/Info.plist",
                 testing::informationPropertyList("x", "Text"));
-  folder_.write("Text.app/Contents/MacOS/Text", "echo");
-  std::filesystem::permissions(folder_.path("Text.app/Contents/MacOS/Text"),
-                               std::filesystem::perms::owner_all);
+  folder_.writeProgram("Text.app/Contents/MacOS/Text", "echo");
   folder_.write("folder/file", "");
   folder_.write("bad.desktop", "no entry");
   folder_.write("missing.desktop",

@@ -38,6 +38,13 @@ class TemporaryFolder {
     std::ofstream(file, std::ios::binary) << bytes;
     return file;
   }
+  // One that may be executed.
+  std::string writeProgram(std::string_view name,
+                           std::string_view bytes) const {
+    std::string file = write(name, bytes);
+    std::filesystem::permissions(file, std::filesystem::perms(0755));
+    return file;
+  }
   std::string link(std::string_view name, const std::string& target) const {
     std::string link = pathWithFolders(name);
     std::filesystem::create_symlink(target, link);

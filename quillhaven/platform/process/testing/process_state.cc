@@ -4,9 +4,7 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <thread>
 
@@ -41,27 +39,5 @@ SignalHandling::SignalHandling(int number, void (*handler)(int))
 }
 
 SignalHandling::~SignalHandling() { ::sigaction(number_, &previous_, nullptr); }
-
-ScratchFolder::ScratchFolder()
-    : path_(fs::temp_directory_path() / "quillhaven-XXXXXX") {
-  if (::mkdtemp(path_.data()) == nullptr) std::abort();
-}
-
-ScratchFolder::~ScratchFolder() {
-  std::error_code ignored;
-  fs::remove_all(path_, ignored);
-}
-
-std::string ScratchFolder::path(std::string_view name) const {
-  return name.empty() ? path_ : path_ + "/" + std::string(name);
-}
-
-std::string ScratchFolder::write(std::string_view name, std::string_view bytes,
-                                 unsigned mode) const {
-  const std::string file = path(name);
-  std::ofstream(file, std::ios::binary) << bytes;
-  fs::permissions(file, static_cast<fs::perms>(mode));
-  return file;
-}
 
 }  // namespace quillhaven::platform::testing

@@ -4,8 +4,6 @@
 
 #include <csignal>
 #include <cstddef>
-#include <string>
-#include <string_view>
 
 namespace quillhaven::platform::testing {
 
@@ -26,23 +24,6 @@ class SignalHandling {
  private:
   const int number_;
   struct sigaction previous_;
-};
-
-// A folder that vanishes with what it holds.
-class ScratchFolder {
- public:
-  ScratchFolder();
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-  ~ScratchFolder();
-
-  [[nodiscard]] std::string path(std::string_view name = {}) const;
-  // Writes a file with these permissions; returns its path.
-  [[nodiscard]] std::string write(std::string_view name, std::string_view bytes,
-                                  unsigned mode = 0755) const;
-
- private:
-  std::string path_;
 };
 
 }  // namespace quillhaven::platform::testing

@@ -36,7 +36,7 @@ constexpr std::size_t kSmallestDoubledSize = 256 * kKiB;
 constexpr double kShortestDoubledSeconds = 0.001;
 
 // Counting takes some fifty times as long as running.
-constexpr std::size_t kLargestCountedSize = 4 * kMiB;
+constexpr std::size_t kLargestCountedSize = kMiB;
 // Tells the program under callgrind where that writes its counts.
 constexpr const char* kWorkFileVariable = "QUILLHAVEN_WORK_FILE";
 

@@ -69,31 +69,6 @@ void runTrueBare() {
   waitFor(pid);
 }
 
-// The same with a pipe for each stream of output, read to its end.
-void runTrueBareWithPipes() {
-  int ends[2][2];
-  posix_spawn_file_actions_t actions;
-  ::posix_spawn_file_actions_init(&actions);
-  for (int stream = 0; stream < 2; ++stream) {
-    require(::pipe2(ends[stream], O_CLOEXEC) == 0, "pipe2");
-    ::posix_spawn_file_actions_adddup2(&actions, ends[stream][1], stream + 1);
-  }
-  std::array<char*, 2> arguments = {const_cast<char*>(kTrue), nullptr};
-  pid_t pid = -1;
-  require(::posix_spawn(&pid, kTrue, &actions, nullptr, arguments.data(),
-                        environ) == 0,
-          "posix_spawn");
-  ::posix_spawn_file_actions_destroy(&actions);
-  for (const auto& [readEnd, writeEnd] : ends) {
-    ::close(writeEnd);
-    std::array<char, 64> piece;
-    while (::read(readEnd, piece.data(), piece.size()) > 0) {
-    }
-    ::close(readEnd);
-  }
-  waitFor(pid);
-}
-
 void runTrue(BlockingMode mode, bool isCollected) {
   system::TaskConfiguration configuration = {.executable = kTrue};
   if (isCollected) {
@@ -182,14 +157,11 @@ Table trueTable(const Options& options) {
   table.caption = "On " + machineDescription() + ". " +
                   std::to_string(options.rounds) + " rounds of " +
                   std::to_string(options.runsOfTrue) +
-                  " runs each, ours and the bare calls in turn, these with "
-                  "pipes where ours has some; shown are medians of the time of "
-                  "day.";
+                  " runs each, ours and the bare calls in turn; shown are "
+                  "medians of the time of day.";
   table.columns = {"contender",           "µs a run", "bare, µs", "ours / bare",
                    "smallest to largest", "required"};
   const Contender bare = {"posix_spawn, waitpid", repeated(runTrueBare)};
-  const Contender bareWithPipes = {"the same with pipes",
-                                   repeated(runTrueBareWithPipes)};
   const struct {
     std::string name;
     BlockingMode mode;
@@ -202,10 +174,9 @@ Table trueTable(const Options& options) {
        true},
   };
   for (const auto& c : ours) {
-    const Measured result =
-        measured(c.isCollected ? bareWithPipes : bare,
-                 {c.name, repeated([&c] { runTrue(c.mode, c.isCollected); })},
-                 options.rounds);
+    const Measured result = measured(
+        bare, {c.name, repeated([&c] { runTrue(c.mode, c.isCollected); })},
+        options.rounds);
     const double runs = options.runsOfTrue;
     table.rows.push_back(
         {c.name, fixed(result.ours / runs * 1e6, 0),

@@ -260,7 +260,7 @@ class HeaderTable {
              room_.place - static_cast<Place>(taken)};
   }
   Stored store(std::string_view text);
-  // The empty text, which costs nothing.
+  // The empty text; behind a name it takes a byte, and nothing elsewhere.
   static constexpr Stored kEmpty = {0, {}};
   [[nodiscard]] std::string_view textAt(Place place) const {
     return place == kEmpty.place ? std::string_view() : textAt(bytesAt(place));

@@ -113,14 +113,16 @@ Table compareAll(const std::string& title,
     const auto [least, most] =
         std::minmax_element(ratios[i].begin(), ratios[i].end());
     const double libraryRatio = median(libraryRatios[i]);
-    const auto& required = contenders[i].required;
+    std::string marked;
+    if (const auto& required = contenders[i].required) {
+      marked = "≥ " + threeDigits(*required) + ": the command " +
+               std::string(mark(ratio >= *required)) + ", the library " +
+               std::string(mark(libraryRatio >= *required));
+    }
     table.rows.push_back(
         {contenders[i].name, threeDigits(median(times[i])), threeDigits(ratio),
          i == 0 ? "" : threeDigits(*least) + " to " + threeDigits(*most),
-         i == 0 ? "" : threeDigits(libraryRatio),
-         required ? "≥ " + threeDigits(*required) + ": " +
-                        std::string(mark(ratio >= *required))
-                  : "",
+         i == 0 ? "" : threeDigits(libraryRatio), marked,
          grouped(contenders[i].run())});
   }
   return table;

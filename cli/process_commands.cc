@@ -32,12 +32,14 @@ struct ProcessOptions {
 };
 
 // Writes one item a line, without what a terminal would obey.
+void appendLine(Output& output, std::string line) {
+  line.push_back('\n');
+  output.append(output.isTerminal() ? replacingTerminalControls(line) : line);
+}
+
 int writeItems(const std::vector<std::string>& items, int status) {
   Output output(STDOUT_FILENO);
-  for (const std::string& item : items) {
-    const std::string line = item + "\n";
-    output.append(output.isTerminal() ? replacingTerminalControls(line) : line);
-  }
+  for (const std::string& item : items) appendLine(output, item);
   return finish(output, status);
 }
 
@@ -97,13 +99,13 @@ int showSockets(const ProcessOptions& options) {
   const int status =
       byState.empty() && !isReadable(options.pid) ? kFailed : kDone;
   if (!options.isJSON) {
-    std::vector<std::string> items;
+    Output output(STDOUT_FILENO);
     for (const auto& [state, sockets] : byState) {
       for (const TCPSocketInfo& socket : sockets) {
-        items.push_back(socket.descriptionWithoutAddress());
+        appendLine(output, socket.descriptionWithoutAddress());
       }
     }
-    return writeItems(items, status);
+    return finish(output, status);
   }
   return writeJSON(
       [&byState](JsonWriter& writer) {

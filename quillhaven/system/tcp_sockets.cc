@@ -19,7 +19,9 @@ constexpr std::array<std::string_view, 12> kStates = {
 
 // `identity` stands behind the class name, with a blank at its end or empty.
 std::string described(const TCPSocketInfo& info, std::string_view identity) {
-  return std::string("<TCPSocketInfo: ")
+  std::string text;
+  text.reserve(128);  // enough for all
+  return text.append("<TCPSocketInfo: ")
       .append(identity)
       .append("local=")
       .append(info.localAddress)

@@ -134,12 +134,33 @@ std::size_t toldDescriptorCount(int folder) {
   return static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
 }
 
-// A socket of the process, and what the dump says about it.
+// A socket of the process.
 struct OpenSocket {
   std::int32_t descriptor;
   std::uint64_t inode;
-  std::optional<SocketInformation> information = {};
 };
+
+// A socket of the process's network.
+struct ListedSocket {
+  std::uint64_t inode;
+  SocketInformation information;
+};
+
+// Returns the item of `items` that has `value` as its `key`, which they are
+// ordered by, or null. Looks at `next` first and sets it behind what it found:
+// whoever asks for one after the other finds each at once.
+template <typename Item, typename Key>
+const Item* findNext(const std::vector<Item>& items, Key Item::*key, Key value,
+                     std::size_t& next) {
+  if (next >= items.size() || items[next].*key != value) {
+    const auto at = std::lower_bound(
+        items.begin(), items.end(), value,
+        [key](const Item& item, Key wanted) { return item.*key < wanted; });
+    if (at == items.end() || (*at).*key != value) return nullptr;
+    next = static_cast<std::size_t>(at - items.begin());
+  }
+  return &items[next++];
+}
 
 // Holds the folder of the process from the first read on, so that no later
 // process with the same number can answer.
@@ -157,8 +178,7 @@ class LinuxProcessSockets : public ProcessSockets {
   [[nodiscard]] bool findNumbers();
   [[nodiscard]] bool listNumbers();
   [[nodiscard]] bool isInOurNetwork() const;
-  void takeDump();
-  void findSockets();
+  void takeDump(internal::DumpScope scope);
   ReadOutcome readProtocol(std::int32_t number,
                            SocketInformation& information) const;
 
@@ -167,14 +187,15 @@ class LinuxProcessSockets : public ProcessSockets {
   UniqueFd process_;
   UniqueFd descriptors_;               // the folder with a link for each
   std::vector<std::int32_t> numbers_;  // of all descriptors, ascending
-  std::vector<OpenSocket> sockets_;    // by descriptor
   bool areNumbersAssumed_ = false;
+  std::vector<OpenSocket> sockets_;  // by descriptor
+  std::size_t nextSocket_ = 0;
   // The TCP sockets of the process's network, by inode.
-  std::vector<std::pair<std::uint64_t, SocketInformation>> dump_;
+  std::vector<ListedSocket> dump_;
+  std::size_t nextInDump_ = 0;
   bool isDumped_ = false;
   bool isDumpWhole_ = false;
-  bool isDumpOlder_ = false;  // than some of the links
-  bool areSocketsFound_ = false;
+  bool isDumpFinal_ = false;  // has all, and is younger than the links
 };
 
 // Servers with very many descriptors use all numbers from 0 on; listing them
@@ -228,8 +249,7 @@ ReadOutcome LinuxProcessSockets::readDescriptors(
   if (processIdentifier_ != ::getpid()) {
     earlyDump = [this] {
       try {
-        takeDump();
-        isDumpOlder_ = true;
+        takeDump(internal::DumpScope::kListeningOrConnected);
       } catch (const std::bad_alloc&) {
         // Taken later, then.
       }
@@ -248,6 +268,7 @@ ReadOutcome LinuxProcessSockets::readDescriptors(
     }
     links = readDescriptorLinks(descriptors_.get(), numbers_, {});
   }
+  sockets_.reserve(links.size());
   std::size_t count = 0;
   for (std::size_t i = 0; i < links.size(); ++i) {
     const LinkRead& link = links[i];
@@ -276,63 +297,48 @@ bool LinuxProcessSockets::isInOurNetwork() const {
                                        sizeof theirs);
 }
 
-void LinuxProcessSockets::takeDump() {
+void LinuxProcessSockets::takeDump(internal::DumpScope scope) {
   dump_.clear();
+  dump_.reserve(numbers_.size());
   const auto take = [this](std::uint64_t inode,
                            const SocketInformation& information) {
-    dump_.emplace_back(inode, information);
+    if (inode != 0) dump_.push_back({inode, information});
   };
-  isDumpWhole_ = isInOurNetwork() && internal::dumpTCPSockets(take);
+  isDumpWhole_ = isInOurNetwork() && internal::dumpTCPSockets(scope, take);
   if (!isDumpWhole_) {
     dump_.clear();
     const auto table = internal::readWhole(process_.get(), "net/tcp");
     if (table) internal::readTCPTable(*table, take);
     isDumpWhole_ = table.has_value();
   }
+  std::sort(dump_.begin(), dump_.end(),
+            [](const ListedSocket& a, const ListedSocket& b) {
+              return a.inode < b.inode;
+            });
   isDumped_ = true;
-  isDumpOlder_ = false;
-}
-
-void LinuxProcessSockets::findSockets() {
-  areSocketsFound_ = true;
-  if (!isDumped_) takeDump();
-  using ByInode = std::pair<std::uint64_t, std::size_t>;
-  std::vector<ByInode> inodes;  // with the place in sockets_
-  inodes.reserve(sockets_.size());
-  for (std::size_t i = 0; i < sockets_.size(); ++i) {
-    inodes.emplace_back(sockets_[i].inode, i);
-  }
-  std::sort(inodes.begin(), inodes.end());
-  for (const auto& [inode, information] : dump_) {
-    // Several descriptors may hold one socket.
-    auto at = std::lower_bound(inodes.begin(), inodes.end(), ByInode(inode, 0));
-    for (; at != inodes.end() && at->first == inode; ++at) {
-      sockets_[at->second].information = information;
-    }
-  }
 }
 
 ReadOutcome LinuxProcessSockets::readSocket(std::int32_t number,
                                             SocketInformation& information) {
-  if (!areSocketsFound_) findSockets();
-  const auto at =
-      std::lower_bound(sockets_.begin(), sockets_.end(), number,
-                       [](const OpenSocket& socket, std::int32_t wanted) {
-                         return socket.descriptor < wanted;
-                       });
-  if (at == sockets_.end() || at->descriptor != number) return failure(EBADF);
-  if (at->information) {
-    information = *at->information;
+  if (!isDumped_) takeDump(internal::DumpScope::kListeningOrConnected);
+  const OpenSocket* const socket =
+      findNext(sockets_, &OpenSocket::descriptor, number, nextSocket_);
+  if (socket == nullptr) return failure(EBADF);
+  const ListedSocket* const listed =
+      findNext(dump_, &ListedSocket::inode, socket->inode, nextInDump_);
+  if (listed != nullptr) {
+    information = listed->information;
     return {kSocketInformationSize, 0};
   }
   const ReadOutcome outcome = readProtocol(number, information);
   const bool isTCP = outcome.size > 0 &&
                      information.family == SocketFamily::kIPv4 &&
                      information.kind == SocketKind::kTCP;
-  if (!isTCP || !isDumpOlder_) return outcome;
-  // It may have been made or connected since.
-  takeDump();
-  findSockets();
+  if (!isTCP || isDumpFinal_) return outcome;
+  // It may be bound to a port and no more, or may have been made or connected
+  // since.
+  takeDump(internal::DumpScope::kAll);
+  isDumpFinal_ = true;
   return readSocket(number, information);
 }
 

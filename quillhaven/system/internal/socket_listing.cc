@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -10,7 +11,6 @@
 #include <span>
 #include <string>
 #include <system_error>
-#include <utility>
 
 namespace quillhaven::system::internal {
 namespace {
@@ -85,12 +85,23 @@ std::optional<SocketInformation> readSocket(ProcessSockets& sockets,
 }
 
 std::string dottedQuad(const std::array<std::uint8_t, 4>& address) {
-  std::string text;
+  std::array<char, sizeof "255.255.255.255"> text;
+  char* at = text.data();
   for (const std::uint8_t number : address) {
-    if (!text.empty()) text.push_back('.');
-    text.append(std::to_string(number));
+    if (at != text.data()) *at++ = '.';
+    at = std::to_chars(at, text.data() + text.size(), number).ptr;
   }
-  return text;
+  return {text.data(), at};
+}
+
+TCPSocketInfo infoFrom(const SocketInformation& socket) {
+  TCPSocketInfo info;
+  info.state = socket.state;
+  info.localPort = socket.localPort;
+  info.localAddress = dottedQuad(socket.localAddress);
+  info.remotePort = socket.remotePort;
+  info.remoteAddress = dottedQuad(socket.remoteAddress);
+  return info;
 }
 
 }  // namespace
@@ -132,7 +143,8 @@ std::vector<std::int32_t> socketFileDescriptors(
 
 std::map<std::int32_t, std::vector<TCPSocketInfo>> tcpSocketInfo(
     ProcessSockets& sockets, std::int32_t processIdentifier) {
-  std::map<std::int32_t, std::vector<TCPSocketInfo>> byState;
+  std::vector<SocketInformation> found;
+  std::map<std::int32_t, std::size_t> counts;  // by state
   for (const std::int32_t descriptor :
        socketFileDescriptors(sockets, processIdentifier)) {
     const auto socket = readSocket(sockets, processIdentifier, descriptor);
@@ -140,13 +152,13 @@ std::map<std::int32_t, std::vector<TCPSocketInfo>> tcpSocketInfo(
         socket->kind != platform::SocketKind::kTCP) {
       continue;
     }
-    TCPSocketInfo info;
-    info.state = socket->state;
-    info.localPort = socket->localPort;
-    info.localAddress = dottedQuad(socket->localAddress);
-    info.remotePort = socket->remotePort;
-    info.remoteAddress = dottedQuad(socket->remoteAddress);
-    byState[info.state].push_back(std::move(info));
+    found.push_back(*socket);
+    ++counts[socket->state];
+  }
+  std::map<std::int32_t, std::vector<TCPSocketInfo>> byState;
+  for (const auto& [state, count] : counts) byState[state].reserve(count);
+  for (const SocketInformation& socket : found) {
+    byState[socket.state].push_back(infoFrom(socket));
   }
   return byState;
 }

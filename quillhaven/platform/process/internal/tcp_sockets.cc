@@ -37,7 +37,12 @@ SocketInformation ipv4TCPSocket(unsigned kernelState) {
   return socket;
 }
 
-bool sendDumpRequest(int netlink) {
+// The kernel's TCP states with these numbers, as bits of a request.
+constexpr std::uint32_t kTimeWait = 1U << 6;
+constexpr std::uint32_t kNewSynReceived = 1U << 12;
+constexpr std::uint32_t kBoundInactive = 1U << 13;  // since Linux 6.8
+
+bool sendDumpRequest(int netlink, DumpScope scope) {
   struct {
     nlmsghdr header;
     inet_diag_req_v2 body;
@@ -47,7 +52,9 @@ bool sendDumpRequest(int netlink) {
   request.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
   request.body.sdiag_family = AF_INET;
   request.body.sdiag_protocol = IPPROTO_TCP;
-  request.body.idiag_states = ~0U;
+  // No descriptor holds what waits to be forgotten or is not accepted yet.
+  request.body.idiag_states = ~(kTimeWait | kNewSynReceived);
+  if (scope != DumpScope::kAll) request.body.idiag_states &= ~kBoundInactive;
   return ::send(netlink, &request, sizeof request, 0) == sizeof request;
 }
 
@@ -164,10 +171,10 @@ std::int32_t tcpStateFromKernel(unsigned state) {
   return state < std::size(kStates) ? kStates[state] : 0;
 }
 
-bool dumpTCPSockets(const SocketSink& sink) {
+bool dumpTCPSockets(DumpScope scope, const SocketSink& sink) {
   const UniqueFd netlink(
       ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
-  if (!netlink.valid() || !sendDumpRequest(netlink.get())) return false;
+  if (!netlink.valid() || !sendDumpRequest(netlink.get(), scope)) return false;
   const auto piece = std::make_unique_for_overwrite<char[]>(kDumpPieceSize);
   while (true) {
     const ssize_t count = ::recv(netlink.get(), piece.get(), kDumpPieceSize, 0);

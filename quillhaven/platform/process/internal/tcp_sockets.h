@@ -19,10 +19,15 @@ using SocketSink =
 // the order of RFC 793's diagram, from 0 CLOSED and 1 LISTEN to 10 TIME_WAIT.
 [[nodiscard]] std::int32_t tcpStateFromKernel(unsigned state);
 
-// Hands every TCP socket of IPv4 in this thread's network namespace to `sink`,
-// from one dump of the kernel's socket diagnostics. False when there is none
-// (no such service, not allowed); the sink may then have received some.
-[[nodiscard]] bool dumpTCPSockets(const SocketSink& sink);
+// What a dump contains. Sockets that are bound to a port and neither listen nor
+// are connected cost a fifth more time, and hardly a process has any.
+enum class DumpScope { kListeningOrConnected, kAll };
+
+// Hands the TCP sockets of IPv4 in this thread's network namespace to `sink`,
+// from one dump of the kernel's socket diagnostics; those that no descriptor
+// holds any more may be left out. False when there is none (no such service,
+// not allowed); the sink may then have received some.
+[[nodiscard]] bool dumpTCPSockets(DumpScope scope, const SocketSink& sink);
 
 // Hands the sockets listed in `table`, the text of a file net/tcp, to `sink`.
 // Lines that cannot be read are passed over.

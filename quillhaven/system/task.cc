@@ -2,15 +2,16 @@
 
 #include <pthread.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <exception>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 #include "quillhaven/platform/base/fatal_error.h"
 #include "quillhaven/platform/process/pipe_reader.h"
+#include "quillhaven/platform/run_loop/operation.h"
 #include "quillhaven/platform/run_loop/run_loop.h"
 
 namespace quillhaven::system {
@@ -95,21 +96,19 @@ class Collection {
   std::exception_ptr failure_;
 };
 
-// Blocks all signals of this thread for its life. A thread made meanwhile has
-// them blocked for good, so that the host's handlers run where they did before.
-class BlockedSignals {
+// Names this thread for its life.
+class ThreadName {
  public:
-  BlockedSignals() {
-    sigset_t all;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_BLOCK, &all, &previous_);
+  explicit ThreadName(const char* name) {
+    ::pthread_getname_np(::pthread_self(), previous_.data(), previous_.size());
+    ::pthread_setname_np(::pthread_self(), name);
   }
-  ~BlockedSignals() { ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
-  BlockedSignals(const BlockedSignals&) = delete;
-  BlockedSignals& operator=(const BlockedSignals&) = delete;
+  ~ThreadName() { ::pthread_setname_np(::pthread_self(), previous_.data()); }
+  ThreadName(const ThreadName&) = delete;
+  ThreadName& operator=(const ThreadName&) = delete;
 
  private:
-  sigset_t previous_;
+  std::array<char, 16> previous_{};  // as long as the system's names
 };
 
 }  // namespace
@@ -179,21 +178,18 @@ TaskOutput Task::runOnPrivateQueue() {
   TaskOutput output;
   std::exception_ptr error;
   const auto block = [&] {
-    ::pthread_setname_np(::pthread_self(), kQueueLabel);
+    const ThreadName name(kQueueLabel);
     try {
       output = runAndSpinRunLoop();
     } catch (...) {
       error = std::current_exception();
     }
   };
-  std::thread queue;
-  try {
-    const BlockedSignals blocked;
-    queue = std::thread(block);
-  } catch (const std::system_error& noThread) {
-    throw TaskLaunchError(configuration_.executable, noThread);
-  }
-  queue.join();
+  // Its thread has the host's signals blocked, and is there for later tasks.
+  platform::OperationQueue queue;
+  queue.setMaxConcurrentOperationCount(1);
+  queue.addOperations({std::make_shared<platform::BlockOperation>(block)},
+                      true);
   if (error) std::rethrow_exception(error);
   return output;
 }

@@ -30,8 +30,10 @@ enum class BlockingMode : int {
   // The calling thread turns its own run loop, so that the loop's other sources
   // are served meanwhile. For the main thread.
   runLoop = 0,
-  // The calling thread sleeps while another one turns a loop of its own. Never
-  // on a thread that the task's completion depends on.
+  // The calling thread sleeps while another one, of those that operations
+  // share,
+  // turns a loop of its own. Never on a thread that the task's completion
+  // depends on.
   dispatchGroup = 1,
 };
 

@@ -9,6 +9,7 @@
 #include "quillhaven/platform/base/fatal_error.h"
 #include "quillhaven/platform/run_loop/internal/loop_source.h"
 #include "quillhaven/platform/run_loop/internal/work_queue.h"
+#include "quillhaven/platform/run_loop/internal/worker_pool.h"
 
 namespace quillhaven::platform {
 namespace internal {
@@ -166,6 +167,8 @@ bool RunLoop::runOnce(nanoseconds limit) const {
   if (limit <= nanoseconds(0)) {
     return g_main_context_iteration(core_->context, FALSE);
   }
+  // An operation whose loop waits is no reason for others to wait.
+  const internal::WorkerPool::Sleep asleep;
   if (limit > kLongestLimit) {
     return g_main_context_iteration(core_->context, TRUE);
   }

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <optional>
@@ -50,8 +51,8 @@ constexpr std::size_t kMemoryAllowance = kMiB;
 // of such an operation, and excuses nothing.
 constexpr double kCopiesAtMemorySpeed = 4;
 
-// How often a course is measured again where a doubling looks too slow.
-constexpr int kRetries = 4;
+// How often all courses in which a doubling looks too slow are measured again.
+constexpr int kRetries = 10;
 
 // A size that takes longer is the last one that is tried.
 constexpr double kPatienceSeconds = 10;
@@ -208,12 +209,14 @@ Sample sampleOf(const Operation& operation, std::string_view text) {
 
 // How one operation takes one shape at doubling sizes.
 struct Course {
-  std::string shape;
-  std::vector<Sample> samples;
+  const Operation* operation;
+  const Shape* shape;
+  std::vector<Sample> samples = {};
   double nanosecondsPerByte = 0;  // at 1 MiB, or the largest size below
-  std::optional<double> factor;   // the largest; nothing when all is too short
-  double memoryFactor = 0;        // at the largest size
-  double resultFactor = 0;        // size of the result / size, there as well
+  std::optional<double> factor =
+      {};                   // the largest; nothing if all is too short
+  double memoryFactor = 0;  // at the largest size
+  double resultFactor = 0;  // size of the result / size, there as well
   bool isLinear = true;
   bool isMemorysSpeed = true;  // all that is not linear
   bool isSmall = true;
@@ -277,31 +280,28 @@ void sumUp(Course& course) {
   }
 }
 
-// Noise can only add time, and it comes in spells that last longer than one
-// size. Where a doubling looks too slow, all sizes are measured again, from the
-// smallest to the largest, and the best of each counts.
-void measureAgain(const Operation& operation, const Shape& shape,
-                  Course& course) {
-  std::vector<Sample>& samples = course.samples;
-  for (int retry = 0; retry < kRetries; ++retry) {
-    bool isSuspicious = false;
-    for (std::size_t i = 1; i < samples.size(); ++i) {
-      isSuspicious |= looksTooSlow(course, i);
-    }
-    if (!isSuspicious) return;
-    for (Sample& sample : samples) {
-      // What takes seconds is beyond the reach of noise.
-      if (sample.seconds > kPatienceSeconds / 10) break;
-      const std::string text = shape.make(sample.requestedSize);
-      sample.seconds = std::min(sample.seconds, bestSeconds(operation, text));
-    }
+bool looksTooSlow(const Course& course) {
+  for (std::size_t i = 1; i < course.samples.size(); ++i) {
+    if (looksTooSlow(course, i)) return true;
+  }
+  return false;
+}
+
+// Measures all sizes again, from the smallest to the largest; the best of each
+// counts.
+void measureAgain(Course& course) {
+  for (Sample& sample : course.samples) {
+    // What takes seconds is beyond the reach of noise.
+    if (sample.seconds > kPatienceSeconds / 10) break;
+    const std::string text = course.shape->make(sample.requestedSize);
+    sample.seconds =
+        std::min(sample.seconds, bestSeconds(*course.operation, text));
   }
 }
 
 Course courseOf(const Operation& operation, const Shape& shape,
                 std::size_t maximumSize) {
-  Course course;
-  course.shape = shape.name;
+  Course course{.operation = &operation, .shape = &shape};
   for (std::size_t size = kSmallestSize; size <= maximumSize; size *= 2) {
     course.samples.push_back(sampleOf(operation, shape.make(size)));
     course.samples.back().requestedSize = size;
@@ -310,9 +310,25 @@ Course courseOf(const Operation& operation, const Shape& shape,
       break;
     }
   }
-  measureAgain(operation, shape, course);
-  sumUp(course);
   return course;
+}
+
+std::string nameOf(const Course& course) {
+  return std::string(course.operation->name) + " on " + course.shape->name;
+}
+
+// Noise can only add time, and it comes in spells that outlast a course. So
+// those in which a doubling looks too slow have another try after all others.
+void settle(std::vector<Course>& courses) {
+  for (int retry = 1; retry <= kRetries; ++retry) {
+    for (Course& course : courses) {
+      if (!looksTooSlow(course)) continue;
+      showProgress("again (" + std::to_string(retry) + "): " + nameOf(course));
+      measureAgain(course);
+    }
+  }
+  showProgress("");
+  for (Course& course : courses) sumUp(course);
 }
 
 bool isMet(const Course& course) {
@@ -339,9 +355,9 @@ std::string shownMark(const Course& course) {
 }
 
 // Every size of one course, for a closer look.
-std::string detailsOf(const Operation& operation, const Course& course) {
+std::string detailsOf(const Course& course) {
   Table table;
-  table.title = std::string(operation.name) + " on " + course.shape;
+  table.title = nameOf(course);
   table.columns = {"size", "ms", "ns/byte", "factor", "memory / size"};
   for (std::size_t i = 0; i < course.samples.size(); ++i) {
     const Sample& sample = course.samples[i];
@@ -359,6 +375,33 @@ bool isWanted(const Options& options, std::string_view name) {
   return options.only.empty() || name.find(options.only) != std::string::npos;
 }
 
+std::vector<Course> messageCourses(const Options& options) {
+  std::vector<Course> courses;
+  for (const Shape& shape : hostileMessages()) {
+    if (!isWanted(options, shape.name) && !isWanted(options, kParse.name)) {
+      continue;
+    }
+    showProgress(std::string(kParse.name) + " on " + shape.name);
+    courses.push_back(courseOf(kParse, shape, options.maximumSize));
+  }
+  return courses;
+}
+
+std::vector<Course> textCourses(const Options& options) {
+  std::vector<Course> courses;
+  for (const Operation& operation : kTextOperations) {
+    for (const Shape& shape : hostileTexts()) {
+      if (!isWanted(options, shape.name) &&
+          !isWanted(options, operation.name)) {
+        continue;
+      }
+      showProgress(std::string(operation.name) + " on " + shape.name);
+      courses.push_back(courseOf(operation, shape, options.maximumSize));
+    }
+  }
+  return courses;
+}
+
 std::string requirement(const Options& options) {
   return "Required: a factor of at most " + fixed(kLargestFactor, 1) +
          " and memory of at most " + std::to_string(kLargestMemoryFactor) +
@@ -371,7 +414,7 @@ std::string requirement(const Options& options) {
          " such copies goes at memory's speed.";
 }
 
-Table messageTable(const Options& options) {
+Table messageTable(const Options& options, const std::vector<Course>& courses) {
   Table table;
   table.title = "Hostile messages";
   table.caption =
@@ -382,17 +425,11 @@ Table messageTable(const Options& options) {
       requirement(options);
   table.columns = {"shape",         "ns/byte at 1 MiB", "largest factor",
                    "memory / size", "required",         "what it is"};
-  for (const Shape& shape : hostileMessages()) {
-    if (!isWanted(options, shape.name) && !isWanted(options, kParse.name)) {
-      continue;
-    }
-    showProgress("parserWithData on " + shape.name);
-    const Course course = courseOf(kParse, shape, options.maximumSize);
-    showProgress("");
-    if (!options.only.empty()) std::cout << detailsOf(kParse, course);
-    table.rows.push_back({shape.name, threeDigits(course.nanosecondsPerByte),
+  for (const Course& course : courses) {
+    table.rows.push_back({course.shape->name,
+                          threeDigits(course.nanosecondsPerByte),
                           shownFactor(course), fixed(course.memoryFactor, 2),
-                          shownMark(course), shape.description});
+                          shownMark(course), course.shape->description});
   }
   return table;
 }
@@ -421,19 +458,22 @@ std::vector<std::string> operationRow(const Operation& operation,
     marked +=
         " in " + std::to_string(courses.size() - static_cast<std::size_t>(met));
     for (const Course& course : courses) {
-      if (!isMet(course)) marked += ", " + course.shape;
+      if (!isMet(course)) marked += ", " + course.shape->name;
     }
   }
   return {std::string(operation.name),
-          threeDigits(slowest.nanosecondsPerByte) + " (" + slowest.shape + ")",
-          steepest.factor ? shownFactor(steepest) + " (" + steepest.shape + ")"
-                          : shownFactor(steepest),
-          fixed(largest.memoryFactor, 2) + " (" + largest.shape + ")",
+          threeDigits(slowest.nanosecondsPerByte) + " (" + slowest.shape->name +
+              ")",
+          steepest.factor
+              ? shownFactor(steepest) + " (" + steepest.shape->name + ")"
+              : shownFactor(steepest),
+          fixed(largest.memoryFactor, 2) + " (" + largest.shape->name + ")",
           fixed(largest.resultFactor, 2),
           marked};
 }
 
-Table operationTable(const Options& options) {
+Table operationTable(const Options& options,
+                     const std::vector<Course>& courses) {
   Table table;
   table.title = "Hostile texts";
   table.caption = "Each operation on " + std::to_string(hostileTexts().size()) +
@@ -443,23 +483,29 @@ Table operationTable(const Options& options) {
   table.columns = {"operation",     "ns/byte at 1 MiB",  "largest factor",
                    "memory / size", "its result / size", "required"};
   for (const Operation& operation : kTextOperations) {
-    std::vector<Course> courses;
-    for (const Shape& shape : hostileTexts()) {
-      if (!isWanted(options, shape.name) &&
-          !isWanted(options, operation.name)) {
-        continue;
-      }
-      showProgress(std::string(operation.name) + " on " + shape.name);
-      courses.push_back(courseOf(operation, shape, options.maximumSize));
-      showProgress("");
-      if (!options.only.empty()) {
-        std::cout << detailsOf(operation, courses.back());
-      }
-    }
-    if (!courses.empty())
-      table.rows.push_back(operationRow(operation, courses));
+    std::vector<Course> own;
+    std::copy_if(courses.begin(), courses.end(), std::back_inserter(own),
+                 [&operation](const Course& course) {
+                   return course.operation == &operation;
+                 });
+    if (!own.empty()) table.rows.push_back(operationRow(operation, own));
   }
   return table;
+}
+
+// Measures all courses, and those that look too slow again, before any is
+// judged.
+std::vector<Table> timeTables(const Options& options) {
+  std::vector<Course> courses = messageCourses(options);
+  const auto messageCount = static_cast<std::ptrdiff_t>(courses.size());
+  std::ranges::move(textCourses(options), std::back_inserter(courses));
+  settle(courses);
+  if (!options.only.empty()) {
+    for (const Course& course : courses) std::cout << detailsOf(course);
+  }
+  const auto texts = courses.begin() + messageCount;
+  return {messageTable(options, {courses.begin(), texts}),
+          operationTable(options, {texts, courses.end()})};
 }
 
 // How the work of one operation on one shape grows.
@@ -571,8 +617,7 @@ int run(const Options& options) {
   if (options.countsWork) {
     tables.push_back(workTable(options));
   } else {
-    tables.push_back(messageTable(options));
-    tables.push_back(operationTable(options));
+    tables = timeTables(options);
   }
   for (const Table& table : tables) {
     if (table.rows.empty()) continue;

@@ -18,8 +18,8 @@ class PipeReader {
     kFailed,  // the pipe cannot be read; what was read is dropped
   };
 
-  // `descriptor` stays the caller's and outlives the reader. The pipe's buffer
-  // is enlarged, if the system allows, so that its writer sleeps less.
+  // `descriptor` stays the caller's and outlives the reader. The buffer of a
+  // pipe that is found full is enlarged, if the system allows.
   explicit PipeReader(int descriptor);
 
   // Reads what is there, 256 KiB at most; sleeps when nothing is there yet.
@@ -30,6 +30,7 @@ class PipeReader {
 
  private:
   const int descriptor_;
+  bool isLarge_ = false;  // the pipe
   std::unique_ptr<char[]> piece_;
   Data bytes_;
 };

@@ -1,8 +1,5 @@
 #include "quillhaven/system/task.h"
 
-#include <pthread.h>
-
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <exception>
@@ -11,7 +8,6 @@
 
 #include "quillhaven/platform/base/fatal_error.h"
 #include "quillhaven/platform/process/pipe_reader.h"
-#include "quillhaven/platform/run_loop/operation.h"
 #include "quillhaven/platform/run_loop/run_loop.h"
 
 namespace quillhaven::system {
@@ -27,9 +23,6 @@ using platform::RunLoopSource;
 
 // A lost wake-up costs this much at most.
 constexpr std::chrono::seconds kSlice{1};
-
-// The name of the private queue's thread; the system keeps 15 bytes.
-constexpr const char* kQueueLabel = "Task.runAndWait";
 
 std::shared_ptr<Pipe> pipeOf(const TaskStream& stream) {
   const auto* const pipe = std::get_if<std::shared_ptr<Pipe>>(&stream);
@@ -96,30 +89,15 @@ class Collection {
   std::exception_ptr failure_;
 };
 
-// Names this thread for its life.
-class ThreadName {
- public:
-  explicit ThreadName(const char* name) {
-    ::pthread_getname_np(::pthread_self(), previous_.data(), previous_.size());
-    ::pthread_setname_np(::pthread_self(), name);
-  }
-  ~ThreadName() { ::pthread_setname_np(::pthread_self(), previous_.data()); }
-  ThreadName(const ThreadName&) = delete;
-  ThreadName& operator=(const ThreadName&) = delete;
-
- private:
-  std::array<char, 16> previous_{};  // as long as the system's names
-};
-
 }  // namespace
 
 TaskOutput Task::runAndWait(BlockingMode blockingMode) {
   if (child()) platform::fatalError("a task can be run once");
   switch (blockingMode) {
     case BlockingMode::runLoop:
-      return runAndSpinRunLoop();
+      return runAndTurn(RunLoop::current());
     case BlockingMode::dispatchGroup:
-      return runOnPrivateQueue();
+      return runAndTurn(RunLoop::makePrivate());
   }
   platform::fatalError("a blocking mode is runLoop (0) or dispatchGroup (1)");
 }
@@ -146,8 +124,7 @@ bool Task::launchWaitingAndReturnError(
                                        completionHandler);
 }
 
-TaskOutput Task::runAndSpinRunLoop() {
-  const RunLoop loop = RunLoop::current();
+TaskOutput Task::runAndTurn(const RunLoop& loop) {
   const auto outputPipe = pipeOf(configuration_.standardOutput);
   const auto errorPipe = pipeOf(configuration_.standardError);
   const bool isShared = outputPipe && outputPipe == errorPipe;
@@ -172,26 +149,6 @@ TaskOutput Task::runAndSpinRunLoop() {
     collected.standardError.emplace(collected.standardOutput->bytes());
   }
   return collected;
-}
-
-TaskOutput Task::runOnPrivateQueue() {
-  TaskOutput output;
-  std::exception_ptr error;
-  const auto block = [&] {
-    const ThreadName name(kQueueLabel);
-    try {
-      output = runAndSpinRunLoop();
-    } catch (...) {
-      error = std::current_exception();
-    }
-  };
-  // Its thread has the host's signals blocked, and is there for later tasks.
-  platform::OperationQueue queue;
-  queue.setMaxConcurrentOperationCount(1);
-  queue.addOperations({std::make_shared<platform::BlockOperation>(block)},
-                      true);
-  if (error) std::rethrow_exception(error);
-  return output;
 }
 
 void Task::launch() {

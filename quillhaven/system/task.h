@@ -20,6 +20,10 @@
 #include "quillhaven/platform/process/pipe.h"
 #include "quillhaven/system/task_launch_error.h"
 
+namespace quillhaven::platform {
+class RunLoop;
+}
+
 namespace quillhaven::system {
 
 using platform::Data;
@@ -30,10 +34,8 @@ enum class BlockingMode : int {
   // The calling thread turns its own run loop, so that the loop's other sources
   // are served meanwhile. For the main thread.
   runLoop = 0,
-  // The calling thread sleeps while another one, of those that operations
-  // share,
-  // turns a loop of its own. Never on a thread that the task's completion
-  // depends on.
+  // The calling thread serves nothing but the task. Never on a thread that the
+  // task's completion depends on.
   dispatchGroup = 1,
 };
 
@@ -133,8 +135,7 @@ class Task {
   void terminate();
 
  private:
-  TaskOutput runAndSpinRunLoop();
-  TaskOutput runOnPrivateQueue();
+  TaskOutput runAndTurn(const platform::RunLoop& loop);
   void launch();
   [[nodiscard]] std::shared_ptr<platform::ChildProcess> child() const;
   [[nodiscard]] std::optional<platform::ExitStatus> exitStatus() const;

@@ -9,7 +9,6 @@
 #include "quillhaven/platform/base/fatal_error.h"
 #include "quillhaven/platform/run_loop/internal/loop_source.h"
 #include "quillhaven/platform/run_loop/internal/work_queue.h"
-#include "quillhaven/platform/run_loop/internal/worker_pool.h"
 
 namespace quillhaven::platform {
 namespace internal {
@@ -160,6 +159,11 @@ RunLoop RunLoop::current() {
   return RunLoop(loop.core());
 }
 
+RunLoop RunLoop::makePrivate() {
+  constexpr GMainContext* kNew = nullptr;
+  return RunLoop(std::make_shared<RunLoopCore>(kNew));
+}
+
 bool RunLoop::runOnce(nanoseconds limit) const {
   if (!core_->isTurnedHere()) {
     fatalError("a run loop turns on its own thread alone");
@@ -167,8 +171,6 @@ bool RunLoop::runOnce(nanoseconds limit) const {
   if (limit <= nanoseconds(0)) {
     return g_main_context_iteration(core_->context, FALSE);
   }
-  // An operation whose loop waits is no reason for others to wait.
-  const internal::WorkerPool::Sleep asleep;
   if (limit > kLongestLimit) {
     return g_main_context_iteration(core_->context, TRUE);
   }

@@ -71,6 +71,9 @@ class RunLoop {
   [[nodiscard]] static RunLoop main();
   // The calling thread's loop.
   [[nodiscard]] static RunLoop current();
+  // Another loop for the calling thread, which serves its own sources and no
+  // others while it turns. It is nobody's current() one.
+  [[nodiscard]] static RunLoop makePrivate();
 
   // Turns the loop once: serves the sources that are ready, or sleeps until the
   // first is, for `limit` at most (zero: not at all). Returns whether any was

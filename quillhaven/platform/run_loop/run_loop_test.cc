@@ -82,6 +82,23 @@ TEST(RunLoop, BelongsToItsThread) {
   }).join();
 }
 
+TEST(RunLoop, ServesItsOwnSourcesAloneWhenPrivate) {
+  const RunLoop common = RunLoop::current();
+  const RunLoop loop = RunLoop::makePrivate();
+  EXPECT_EQ(RunLoop::current(), common);
+  std::string served;
+  const auto timer = common.startTimer(0ms, [&served] { served += "common "; });
+  common.perform([&served] { served += "common "; });
+  std::thread([loop, &served] {
+    loop.perform([&served] { served += "own "; });
+  }).join();
+  EXPECT_TRUE(loop.runOnce(kDeadline));
+  EXPECT_FALSE(loop.runOnce(10ms));
+  EXPECT_EQ(served, "own ");
+  EXPECT_TRUE(common.runUntil(
+      [&served] { return served == "own common common "; }, kDeadline));
+}
+
 TEST(RunOnce, IsRefusedOnAnotherThread) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto turnElsewhere = [] {

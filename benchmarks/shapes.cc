@@ -225,15 +225,33 @@ std::string distinctShortFields(std::size_t size) {
 }
 
 // All names of one character, then all of two, and so on.
+std::string densestName(std::size_t i) {
+  constexpr std::string_view kLetters =
+      "abcdefghijklmnopqrstuvwxyz0123456789!#$%&'*+-.^_`|~;<=>?@[]{}()/,\\\"";
+  std::string name;
+  for (++i; i > 0; i = (i - 1) / kLetters.size()) {
+    name += kLetters[(i - 1) % kLetters.size()];
+  }
+  return name;
+}
+
 std::string densestFields(std::size_t size) {
+  const auto next = [](std::size_t i) { return densestName(i) + ":\n"; };
+  return grown("Subject: shape\n", size, next, "\n\nbody\n");
+}
+
+std::string densestFieldsTwice(std::size_t size) {
   const auto next = [](std::size_t i) {
-    constexpr std::string_view kLetters =
-        "abcdefghijklmnopqrstuvwxyz0123456789!#$%&'*+-.^_`|~;<=>?@[]{}()/,\\\"";
-    std::string name;
-    for (++i; i > 0; i = (i - 1) / kLetters.size()) {
-      name += kLetters[(i - 1) % kLetters.size()];
-    }
-    return name + ":\n";
+    const std::string name = densestName(i);
+    return joined(name, ":\n", name, ":\n");
+  };
+  return grown("Subject: shape\n", size, next, "\n\nbody\n");
+}
+
+std::string densestFieldsInThrees(std::size_t size) {
+  const auto next = [](std::size_t i) {
+    const std::string name = densestName(i);
+    return joined(name, ":1\n", name, ":2\n", name, ":3\n");
   };
   return grown("Subject: shape\n", size, next, "\n\nbody\n");
 }
@@ -597,6 +615,9 @@ constexpr PlainShape kMessages[] = {
     {"distinct-fields", "fields, no two of a name", distinctFields},
     {"distinct-short-fields", "the same, short and empty", distinctShortFields},
     {"densest-fields", "the same, of the fewest bytes", densestFields},
+    {"densest-fields-twice", "the same, each twice", densestFieldsTwice},
+    {"densest-fields-in-threes", "the same, three values each",
+     densestFieldsInThrees},
     {"fields-in-pairs", "two fields of every name", fieldsInPairs},
     {"values-in-turn", "one field with two values in turn", valuesInTurn},
     {"lines-without-colon", "header lines that are no fields",

@@ -83,13 +83,14 @@ void HeaderTable::append(std::string_view name, std::string_view value) {
 }
 
 std::size_t HeaderTable::Values::size() const {
+  if (rest_ == kNone) return 1;
+  if ((rest_ & kSecond) != 0) return 2;
   std::size_t count = 1;
-  if (last_ == kNone) return count;
-  std::uint32_t run = last_;
+  std::uint32_t run = rest_;
   do {
     run = table_->runs_[run].next;
     count += table_->runs_[run].count;
-  } while (run != last_);
+  } while (run != rest_);
   return count;
 }
 
@@ -217,36 +218,41 @@ HeaderTable::StoredField HeaderTable::add(Stored name, std::uint32_t hash,
   return {{kNone, text}, addTo(known, value)};
 }
 
+HeaderTable::Stored HeaderTable::storeUnlessSame(Stored value, Stored before) {
+  if (before.place == value.place || before.text == value.text) return before;
+  return value.place == kNotStored ? store(value.text) : value;
+}
+
 HeaderTable::Stored HeaderTable::addTo(std::uint32_t number, Stored value) {
   Field& field = fields_[number];
-  Apart* apart = (field & kApart) == 0 ? nullptr : &apart_[field & ~kApart];
-  Run* last =
-      apart == nullptr || apart->last == kNone ? nullptr : &runs_[apart->last];
-  Stored before;
-  if (apart == nullptr) {
-    before = valueBehind(number, field);
-  } else {
-    before.place = last == nullptr ? apart->first : last->text;
-    before.text = textAt(before.place);
-  }
-  if (before.place == value.place || before.text == value.text) {
-    value = before;
-    if (last != nullptr) {
-      ++last->count;
-      return value;
-    }
-  } else if (value.place == kNotStored) {
-    value = store(value.text);
-  }
-  const std::uint32_t run = runs_.size();
-  runs_.push(*this, {value.place, 1, last == nullptr ? run : last->next});
-  if (last != nullptr) last->next = run;
-  if (apart != nullptr) {
-    apart->last = run;
-  } else {
-    apart_.push(*this, {field, before.place, run});
+  if ((field & kApart) == 0) {
+    const Stored first = valueBehind(number, field);
+    value = storeUnlessSame(value, first);
+    apart_.push(*this, {field, first.place, kSecond | value.place});
     field = kApart | (apart_.size() - 1);
+    return value;
   }
+  Apart& apart = apart_[field & ~kApart];
+  if (apart.rest == kNone) {
+    value = storeUnlessSame(value, {apart.first, textAt(apart.first)});
+    apart.rest = kSecond | value.place;
+    return value;
+  }
+  if ((apart.rest & kSecond) != 0) {
+    const std::uint32_t run = runs_.size();
+    runs_.push(*this, {apart.rest & ~kSecond, 1, run});
+    apart.rest = run;
+  }
+  Run& last = runs_[apart.rest];
+  const Stored before = {last.text, textAt(last.text)};
+  value = storeUnlessSame(value, before);
+  if (value.place == before.place) {
+    ++last.count;
+    return value;
+  }
+  apart.rest = runs_.size();
+  runs_.push(*this, {value.place, 1, last.next});
+  last.next = apart.rest;
   return value;
 }
 

@@ -56,8 +56,11 @@ class HeaderTable {
   struct Apart {
     Place name;
     Place first;
-    std::uint32_t last;  // the last run of those after `first`, or kNone
+    // The values after the first: none (kNone), one (kSecond and its place), or
+    // runs (the last of them).
+    std::uint32_t rest;
   };
+  static constexpr std::uint32_t kSecond = std::uint32_t{1} << kPlaceBits;
   // The one value of the field `from` and of those after it that share theirs
   // with it, up to the next of these.
   struct Shared {
@@ -122,50 +125,56 @@ class HeaderTable {
 
       std::string_view operator*() const { return text_; }
       Iterator& operator++() {
-        if (--left_ == 0 && run_ != last_) {
-          run_ = table_->runs_[run_ == kNone ? last_ : run_].next;
-          const Run& run = table_->runs_[run_];
-          text_ = table_->textAt(run.text);
-          left_ = run.count;
+        if (--left_ > 0 || at_ == rest_) return *this;
+        if ((rest_ & kSecond) != 0) {
+          at_ = rest_;
+          text_ = table_->textAt(rest_ & ~kSecond);
+          left_ = 1;
+          return *this;
         }
+        at_ = table_->runs_[at_ == kNone ? rest_ : at_].next;
+        const Run& run = table_->runs_[at_];
+        text_ = table_->textAt(run.text);
+        left_ = run.count;
         return *this;
       }
       bool operator==(const Iterator& other) const {
-        return left_ == other.left_ && run_ == other.run_;
+        return left_ == other.left_ && at_ == other.at_;
       }
       bool operator!=(const Iterator& other) const { return !(*this == other); }
 
      private:
       friend class Values;
       Iterator(const HeaderTable* table, std::string_view text,
-               std::uint32_t left, std::uint32_t run, std::uint32_t last)
-          : table_(table), text_(text), left_(left), run_(run), last_(last) {}
+               std::uint32_t left, std::uint32_t at, std::uint32_t rest)
+          : table_(table), text_(text), left_(left), at_(at), rest_(rest) {}
       const HeaderTable* table_;
       std::string_view text_;
-      std::uint32_t left_;  // of the run; 0 in the last run is the end
-      std::uint32_t run_;   // kNone: the first value
-      std::uint32_t last_;  // kNone: there is no other
+      std::uint32_t left_;  // of the run; 0 in the last one is the end
+      std::uint32_t at_;    // kNone: the first value; else the run, or rest_
+      std::uint32_t rest_;
     };
 
     [[nodiscard]] Iterator begin() const {
-      return {table_, front(), 1, kNone, last_};
+      return {table_, front(), 1, kNone, rest_};
     }
-    [[nodiscard]] Iterator end() const { return {table_, {}, 0, last_, last_}; }
+    [[nodiscard]] Iterator end() const { return {table_, {}, 0, rest_, rest_}; }
     // Counts them, in time proportional to how often the value changes.
     [[nodiscard]] std::size_t size() const;
     [[nodiscard]] std::string_view front() const { return first_; }
     [[nodiscard]] std::string_view back() const {
-      return last_ == kNone ? front()
-                            : table_->textAt(table_->runs_[last_].text);
+      if (rest_ == kNone) return front();
+      return table_->textAt((rest_ & kSecond) != 0 ? rest_ & ~kSecond
+                                                   : table_->runs_[rest_].text);
     }
 
    private:
     friend class HeaderTable;
-    Values(const HeaderTable* table, std::string_view first, std::uint32_t last)
-        : table_(table), first_(first), last_(last) {}
+    Values(const HeaderTable* table, std::string_view first, std::uint32_t rest)
+        : table_(table), first_(first), rest_(rest) {}
     const HeaderTable* table_;
     std::string_view first_;
-    std::uint32_t last_;  // the last run of those after it, or kNone
+    std::uint32_t rest_;  // as in Apart
   };
 
   HeaderTable() = default;
@@ -197,7 +206,7 @@ class HeaderTable {
       return {this, valueBehind(number, field).text, kNone};
     }
     const Apart& apart = apart_[field & ~kApart];
-    return {this, textAt(apart.first), apart.last};
+    return {this, textAt(apart.first), apart.rest};
   }
 
   // Adds `value` at the end of the array under `name`; both are copied.
@@ -302,6 +311,8 @@ class HeaderTable {
   void addNew(const StoredField& field, std::uint32_t hash);
   // Adds a value to a known field, and returns it as it is stored there.
   Stored addTo(std::uint32_t number, Stored value);
+  // Returns `value` as it is stored, or `before` if that is the same text.
+  Stored storeUnlessSame(Stored value, Stored before);
 
   // Returns the number of the field called `name`, or kNone.
   [[nodiscard]] std::uint32_t indexOf(std::string_view name) const;

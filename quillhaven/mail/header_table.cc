@@ -85,7 +85,7 @@ void HeaderTable::append(std::string_view name, std::string_view value) {
 std::size_t HeaderTable::Values::size() const {
   if (rest_ == kNone) return 1;
   if ((rest_ & kSecond) != 0) return 2;
-  std::size_t count = 1;
+  std::size_t count = firstRun_ == kNone ? 1 : 0;
   std::uint32_t run = rest_;
   do {
     run = table_->runs_[run].next;
@@ -199,8 +199,10 @@ void HeaderTable::addNew(const StoredField& field, std::uint32_t hash) {
     }
     fields_.push(*this, name.place);
   } else {
+    const std::uint32_t run = runs_.size();
+    runs_.push(*this, {value.place, 1, run});
     fields_.push(*this, kApart | apart_.size());
-    apart_.push(*this, {name.place, value.place, kNone});
+    apart_.push(*this, {kElsewhere | name.place, run});
   }
   addToIndex(number, hash);
 }
@@ -226,18 +228,12 @@ HeaderTable::Stored HeaderTable::storeUnlessSame(Stored value, Stored before) {
 HeaderTable::Stored HeaderTable::addTo(std::uint32_t number, Stored value) {
   Field& field = fields_[number];
   if ((field & kApart) == 0) {
-    const Stored first = valueBehind(number, field);
-    value = storeUnlessSame(value, first);
-    apart_.push(*this, {field, first.place, kSecond | value.place});
+    value = storeUnlessSame(value, valueBehind(number, field));
+    apart_.push(*this, {field, kSecond | value.place});
     field = kApart | (apart_.size() - 1);
     return value;
   }
   Apart& apart = apart_[field & ~kApart];
-  if (apart.rest == kNone) {
-    value = storeUnlessSame(value, {apart.first, textAt(apart.first)});
-    apart.rest = kSecond | value.place;
-    return value;
-  }
   if ((apart.rest & kSecond) != 0) {
     const std::uint32_t run = runs_.size();
     runs_.push(*this, {apart.rest & ~kSecond, 1, run});
@@ -290,7 +286,7 @@ void HeaderTable::addToIndex(std::uint32_t field, std::uint32_t hash) {
     std::size_t slot = hash & mask;
     while (smallSlots_[slot] != 0) slot = (slot + 1) & mask;
     smallSlots_[slot] = static_cast<std::uint8_t>(field + 1);
-  } else if (count * 5 <= slots_.size() * 4) {  // at most four fifths full
+  } else if (count * 4 <= slots_.size() * 3) {  // at most three quarters full
     addToSlots(field, hash);
   } else {
     growSlots();
@@ -304,10 +300,13 @@ void HeaderTable::addToSlots(std::uint32_t field, std::uint32_t hash) {
   slots_[slot] = field | hash << numberBits;
 }
 
-// Makes a larger index, by a half, and takes in all names.
+// Makes a larger index and takes in all names. Its sizes are the powers of two
+// and those halfway between.
 void HeaderTable::growSlots() {
-  const std::size_t size =
-      std::max(slots_.size() / 2 * 3, 2 * smallSlots_.size());
+  const std::size_t before = slots_.size();
+  const std::size_t size = before == 0 ? 2 * smallSlots_.size()
+                           : std::has_single_bit(before) ? before / 2 * 3
+                                                         : before / 3 * 4;
   std::vector<std::uint32_t>().swap(slots_);  // freed first: it may be large
   slots_.assign(size, kNone);
   // Their slots lie all over the memory: they are asked for some names ahead.

@@ -52,15 +52,16 @@ class HeaderTable {
   // it is kApart and a number in apart_.
   using Field = std::uint32_t;
   static constexpr Field kApart = Field{1} << kPlaceBits;
-  // A field with more than one value, or one that stands elsewhere.
+  // A field with more values than the one behind its name, of which `rest` is
+  // the place of the second (with kSecond) or the last run of all after the
+  // first. With kElsewhere, nothing stands behind the name, and `rest` is the
+  // last run of all.
   struct Apart {
     Place name;
-    Place first;
-    // The values after the first: none (kNone), one (kSecond and its place), or
-    // runs (the last of them).
     std::uint32_t rest;
   };
   static constexpr std::uint32_t kSecond = std::uint32_t{1} << kPlaceBits;
+  static constexpr Place kElsewhere = Place{1} << kPlaceBits;
   // The one value of the field `from` and of those after it that share theirs
   // with it, up to the next of these.
   struct Shared {
@@ -151,12 +152,14 @@ class HeaderTable {
       const HeaderTable* table_;
       std::string_view text_;
       std::uint32_t left_;  // of the run; 0 in the last one is the end
-      std::uint32_t at_;    // kNone: the first value; else the run, or rest_
+      std::uint32_t at_;    // kNone: behind the name; else the run, or rest_
       std::uint32_t rest_;
     };
 
     [[nodiscard]] Iterator begin() const {
-      return {table_, front(), 1, kNone, rest_};
+      const std::uint32_t count =
+          firstRun_ == kNone ? 1 : table_->runs_[firstRun_].count;
+      return {table_, front(), count, firstRun_, rest_};
     }
     [[nodiscard]] Iterator end() const { return {table_, {}, 0, rest_, rest_}; }
     // Counts them, in time proportional to how often the value changes.
@@ -170,11 +173,13 @@ class HeaderTable {
 
    private:
     friend class HeaderTable;
-    Values(const HeaderTable* table, std::string_view first, std::uint32_t rest)
-        : table_(table), first_(first), rest_(rest) {}
+    Values(const HeaderTable* table, std::string_view first,
+           std::uint32_t firstRun, std::uint32_t rest)
+        : table_(table), first_(first), firstRun_(firstRun), rest_(rest) {}
     const HeaderTable* table_;
     std::string_view first_;
-    std::uint32_t rest_;  // as in Apart
+    std::uint32_t firstRun_;  // kNone: the first one stands behind the name
+    std::uint32_t rest_;      // as in Apart, or kNone
   };
 
   HeaderTable() = default;
@@ -197,16 +202,22 @@ class HeaderTable {
   [[nodiscard]] bool empty() const { return fields_.size() == 0; }
   [[nodiscard]] std::string_view nameAt(std::size_t index) const {
     const Field field = fields_[static_cast<std::uint32_t>(index)];
-    return textAt((field & kApart) == 0 ? field : apart_[field & ~kApart].name);
+    return textAt((field & kApart) == 0
+                      ? field
+                      : apart_[field & ~kApart].name & ~kElsewhere);
   }
   [[nodiscard]] Values valuesAt(std::size_t index) const {
     const auto number = static_cast<std::uint32_t>(index);
     const Field field = fields_[number];
     if ((field & kApart) == 0) {
-      return {this, valueBehind(number, field).text, kNone};
+      return {this, valueBehind(number, field).text, kNone, kNone};
     }
     const Apart& apart = apart_[field & ~kApart];
-    return {this, textAt(apart.first), apart.rest};
+    if ((apart.name & kElsewhere) == 0) {
+      return {this, valueBehind(number, apart.name).text, kNone, apart.rest};
+    }
+    const std::uint32_t first = runs_[apart.rest].next;
+    return {this, textAt(runs_[first].text), first, apart.rest};
   }
 
   // Adds `value` at the end of the array under `name`; both are copied.
@@ -290,7 +301,7 @@ class HeaderTable {
   // in the index.
   [[nodiscard]] std::uint32_t expect(std::string_view name) const;
 
-  // The value of a field that is the place of its name.
+  // The value that stands behind the name of a field.
   [[nodiscard]] Stored valueBehind(std::uint32_t number, Place name) const;
 
   // A field as the table keeps it.

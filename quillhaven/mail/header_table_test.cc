@@ -31,19 +31,29 @@ TEST(HeaderTable, KeepsOrderAndExactNames) {
   EXPECT_EQ(table.nameAt(1), "b");
 }
 
-// Equal values in a row are kept once, and still are all there.
+// Equal values in a row are kept once, and still are all there; also behind a
+// first one that is too long to stand with the name.
 TEST(HeaderTable, GivesEveryValueOfRuns) {
-  HeaderTable table;
-  std::vector<std::string> expected;
-  for (const char* value : {"1", "1", "2", "1", "1", "1", "", "", "3"}) {
-    table.append("a", value);
-    table.append("b", "x");
-    expected.emplace_back(value);
-    EXPECT_EQ(valuesOf(table, "a"), expected);
-    EXPECT_EQ(table.find("a")->size(), expected.size());
-    EXPECT_EQ(table.find("a")->back(), value);
+  const std::string large(300'000, 'x');
+  for (const std::string& one : {std::string("1"), large}) {
+    HeaderTable table;
+    std::vector<std::string> expected;
+    for (const std::string& value :
+         {one, one, std::string("2"), one, one, one, std::string(),
+          std::string(), std::string("3")}) {
+      table.append("a", value);
+      table.append("b", one);
+      expected.push_back(value);
+      EXPECT_EQ(valuesOf(table, "a"), expected);
+      EXPECT_EQ(table.find("a")->size(), expected.size());
+      EXPECT_EQ(table.find("a")->front(), one);
+      EXPECT_EQ(table.find("a")->back(), value);
+    }
+    EXPECT_EQ(valuesOf(table, "b"), std::vector<std::string>(9, one));
+    table.append("c", one);
+    table.append("c", "4");
+    EXPECT_EQ(valuesOf(table, "c"), (std::vector<std::string>{one, "4"}));
   }
-  EXPECT_EQ(valuesOf(table, "b"), std::vector<std::string>(9, "x"));
 }
 
 // Across the change from the small index to the large one, and its growth.

@@ -16,6 +16,7 @@
 #include <limits>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "benchmarks/heap_counter.h"
 #include "benchmarks/measure.h"
@@ -288,8 +289,11 @@ bool looksTooSlow(const Course& course) {
 }
 
 // Measures all sizes again, from the smallest to the largest; the best of each
-// counts.
-void measureAgain(Course& course) {
+// counts. Where a text lies can cost half as much again for one size and not
+// for the next, so it lies elsewhere at each retry.
+void measureAgain(Course& course, int retry) {
+  const std::string before(static_cast<std::size_t>(retry) * 300 * kKiB, 'x');
+  keep(before.size());
   for (Sample& sample : course.samples) {
     // What takes seconds is beyond the reach of noise.
     if (sample.seconds > kPatienceSeconds / 10) break;
@@ -324,7 +328,7 @@ void settle(std::vector<Course>& courses) {
     for (Course& course : courses) {
       if (!looksTooSlow(course)) continue;
       showProgress("again (" + std::to_string(retry) + "): " + nameOf(course));
-      measureAgain(course);
+      measureAgain(course, retry);
     }
   }
   showProgress("");
@@ -443,6 +447,31 @@ const Course& worst(const std::vector<Course>& courses, Figure figure) {
                            });
 }
 
+// Names the courses that fail, by what they fail in.
+std::string shownMark(const std::vector<Course>& courses) {
+  if (std::all_of(courses.begin(), courses.end(), isMet)) {
+    return std::string(mark(true));
+  }
+  std::string marked(mark(false));
+  const auto add = [&](std::string_view what, auto fails) {
+    std::string separator = std::string(": ").append(what).append(" (");
+    if (!marked.ends_with("met")) separator.replace(0, 1, ";");
+    for (const Course& course : courses) {
+      if (!fails(course)) continue;
+      marked += std::exchange(separator, ", ") + course.shape->name;
+    }
+    if (separator == ", ") marked += ')';
+  };
+  add("time", [](const Course& course) {
+    return !course.isComplete || (!course.isLinear && !course.isMemorysSpeed);
+  });
+  add("time at memory's speed", [](const Course& course) {
+    return !course.isLinear && course.isMemorysSpeed;
+  });
+  add("memory", [](const Course& course) { return !course.isSmall; });
+  return marked;
+}
+
 std::vector<std::string> operationRow(const Operation& operation,
                                       const std::vector<Course>& courses) {
   const Course& slowest =
@@ -451,16 +480,6 @@ std::vector<std::string> operationRow(const Operation& operation,
       worst(courses, [](const Course& c) { return c.factor.value_or(0); });
   const Course& largest =
       worst(courses, [](const Course& c) { return c.memoryFactor; });
-  const auto met = std::count_if(courses.begin(), courses.end(), isMet);
-  const bool allMet = met == static_cast<std::ptrdiff_t>(courses.size());
-  std::string marked(mark(allMet));
-  if (!allMet) {
-    marked +=
-        " in " + std::to_string(courses.size() - static_cast<std::size_t>(met));
-    for (const Course& course : courses) {
-      if (!isMet(course)) marked += ", " + course.shape->name;
-    }
-  }
   return {std::string(operation.name),
           threeDigits(slowest.nanosecondsPerByte) + " (" + slowest.shape->name +
               ")",
@@ -469,7 +488,7 @@ std::vector<std::string> operationRow(const Operation& operation,
               : shownFactor(steepest),
           fixed(largest.memoryFactor, 2) + " (" + largest.shape->name + ")",
           fixed(largest.resultFactor, 2),
-          marked};
+          shownMark(courses)};
 }
 
 Table operationTable(const Options& options,

@@ -530,8 +530,13 @@ std::string oneLongTagName(std::size_t size) {
   return repeated("<", size, "a", ">x</a>");
 }
 
+// Pieces of eight bytes: of no size is a tag cut in two.
 std::string elementWithClosingTags(std::size_t size) {
-  return repeated("<b>", size, "</b> ", "</c>");
+  return repeated("<b> ", size, "</b>    ", "</c>");
+}
+
+std::string elementWithTagInTag(std::size_t size) {
+  return repeated("<b> ", size, "</b>    ", "<   </c>");
 }
 
 std::string elementWithoutEnd(std::size_t size) {
@@ -676,6 +681,8 @@ constexpr PlainShape kTexts[] = {
     {"one-long-tag-name", "an element with a huge name", oneLongTagName},
     {"element-with-closing-tags", "an element full of its closing tag",
      elementWithClosingTags},
+    {"element-with-tag-in-tag", "the same and a tag within a tag",
+     elementWithTagInTag},
     {"element-without-end", "an element that is never closed",
      elementWithoutEnd},
     {"folding-letters", "letters whose lower case has another length",

@@ -304,7 +304,7 @@ std::string stringByStrippingTags(std::string_view text) {
   const std::size_t cutOff =
       text.find('<', lastEnd == std::string_view::npos ? 0 : lastEnd);
   if (cutOff != std::string_view::npos) {
-    rules.additional = std::string(text.substr(cutOff)) + '>';
+    rules.cutOff = text.substr(cutOff);
   }
   return stringByRemovingNewLinesAndWhitespace(
       internal::replacingStretches(text, rules));

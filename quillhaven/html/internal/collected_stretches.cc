@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <random>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "quillhaven/platform/text/internal/byte_scan.h"
@@ -198,7 +199,9 @@ std::string replacingStretches(std::string_view text,
                                const StretchRules& rules) {
   if (!hasNestedOpening(text, rules) ||
       !occursInsideLaterStretch(text, rules)) {
-    if (auto result = replacingInPlace(text, rules, false)) return *result;
+    if (auto result = replacingInPlace(text, rules, false)) {
+      return *std::move(result);
+    }
   }
   const std::vector<std::string_view> distinct = distinctStretches(text, rules);
   if (distinct.empty()) return *replacingInPlace(text, rules, true);
@@ -206,8 +209,9 @@ std::string replacingStretches(std::string_view text,
   for (const std::string_view stretch : distinct) {
     out = replacingEverywhere(out, stretch, rules);
   }
-  if (rules.additional) {
-    out = replacingEverywhere(out, *rules.additional, rules);
+  if (rules.cutOff) {
+    const std::string closed = std::string(*rules.cutOff).append(">");
+    out = replacingEverywhere(out, closed, rules);
   }
   return out;
 }

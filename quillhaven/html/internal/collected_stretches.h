@@ -38,8 +38,9 @@ struct StretchRules {
   std::function<std::optional<Stretch>(std::size_t from)> next;
   // Returns what stands for a stretch, "" or " ".
   std::function<std::string_view(std::string_view stretch)> replacement;
-  // One more stretch, collected last though the text lacks it as it is.
-  std::optional<std::string> additional;
+  // A stretch that the end of the text cuts off: looked for, as the last one,
+  // as if ">" ended it.
+  std::optional<std::string_view> cutOff = {};
 };
 
 [[nodiscard]] std::string replacingStretches(std::string_view text,

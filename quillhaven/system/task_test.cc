@@ -243,24 +243,6 @@ TEST(Task, DoesNotServeTheCallersRunLoopFromTheQueue) {
   EXPECT_EQ(beats, 0);
 }
 
-TEST(Task, HasAQueueForEveryCallerAtOnce) {
-  const TemporaryFolder folder;
-  constexpr int kCallers = 8;
-  // Each ends when all have started.
-  const std::string script = "cd '" + folder.path() +
-                             "'; : > $$; while test $(ls | wc -l) -lt " +
-                             std::to_string(kCallers) + "; do sleep 0.01; done";
-  std::vector<std::thread> callers;
-  for (int i = 0; i < kCallers; ++i) {
-    callers.emplace_back([&script] {
-      Task task(collecting(script));
-      task.runAndWait(BlockingMode::dispatchGroup);
-      EXPECT_EQ(task.terminationStatus(), 0);
-    });
-  }
-  for (std::thread& caller : callers) caller.join();
-}
-
 TEST(Task, SleepsWhileAGrandchildHoldsThePipe) {
   const auto processorTime = [] {
     timespec now;

@@ -19,8 +19,8 @@ using SocketSink =
 // the order of RFC 793's diagram, from 0 CLOSED and 1 LISTEN to 10 TIME_WAIT.
 [[nodiscard]] std::int32_t tcpStateFromKernel(unsigned state);
 
-// What a dump contains. Sockets that are bound to a port and neither listen nor
-// are connected cost a fifth more time, and hardly a process has any.
+// What a dump contains. For sockets that are bound to a port and neither listen
+// nor are connected the kernel walks a table more, and hardly a process has any.
 enum class DumpScope { kListeningOrConnected, kAll };
 
 // Hands the TCP sockets of IPv4 in this thread's network namespace to `sink`,

@@ -247,9 +247,10 @@ TEST_F(WorkspaceSessionTest, KeepsNoDescriptorsOfBusAndDisplay) {
   const std::size_t descriptors = testing::openDescriptorCount();
   for (int i = 0; i < 30; ++i) once();
   // A connection is closed by the bus's own thread, somewhat later.
-  EXPECT_TRUE(turnUntil(
-      [&] { return testing::openDescriptorCount() <= descriptors; }))
-      << testing::openDescriptorCount() << " instead of " << descriptors;
+  EXPECT_TRUE(turnUntil([&] {
+    return testing::openDescriptorCount() <= descriptors;
+  })) << testing::openDescriptorCount()
+      << " instead of " << descriptors;
 }
 
 // The last one, since it ends the display and the bus.

@@ -20,7 +20,8 @@ using SocketSink =
 [[nodiscard]] std::int32_t tcpStateFromKernel(unsigned state);
 
 // What a dump contains. For sockets that are bound to a port and neither listen
-// nor are connected the kernel walks a table more, and hardly a process has any.
+// nor are connected the kernel walks a table more, and hardly a process has
+// any.
 enum class DumpScope { kListeningOrConnected, kAll };
 
 // Hands the TCP sockets of IPv4 in this thread's network namespace to `sink`,

@@ -112,6 +112,8 @@ class QuotedPrintableOutput {
       end_ = std::copy(character.begin(), character.end(), end_);
       return true;
     }
+    // Runs come one by one; growing with them would need more in the end.
+    if (text_.empty()) text_.reserve(run_.size());
     if (!closeRun()) return false;
     text_.append(character);
     return true;

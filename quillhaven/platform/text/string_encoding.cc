@@ -59,24 +59,41 @@ bool decodeUTF16(const Encoding& encoding, std::string_view bytes,
                  std::string& text) {
   const bool isLittleEndian = takeByteOrder(encoding, bytes);
   if (bytes.size() % 2 != 0) return false;
-  internal::UnitWriter writer(text, encoding);
-  UnitBlock block;
-  std::size_t count = 0;
-  for (std::size_t at = 0; at < bytes.size(); at += 2) {
-    block[count++] =
-        static_cast<char16_t>(wideUnitAt(bytes, at, 2, isLittleEndian));
-    if (count == block.size() || at + 2 == bytes.size()) {
-      if (!writer.write({block.data(), count})) return false;
-      count = 0;
+  const auto forEachBlock = [&](const auto& take) {
+    UnitBlock block;
+    std::size_t count = 0;
+    for (std::size_t at = 0; at < bytes.size(); at += 2) {
+      block[count++] =
+          static_cast<char16_t>(wideUnitAt(bytes, at, 2, isLittleEndian));
+      if (count == block.size() || at + 2 == bytes.size()) {
+        if (!take(std::u16string_view(block.data(), count))) return false;
+        count = 0;
+      }
     }
+    return true;
+  };
+  if (bytes.size() >= internal::kLongText) {
+    std::size_t size = 0;
+    forEachBlock([&size](std::u16string_view units) {
+      size += internal::textSizeOfUnits(units);
+      return true;
+    });
+    text.reserve(text.size() + size);
   }
-  return writer.isComplete();
+  internal::UnitWriter writer(text, encoding);
+  const auto write = [&writer](std::u16string_view units) {
+    return writer.write(units);
+  };
+  return forEachBlock(write) && writer.isComplete();
 }
 
 bool decodeUTF32(const Encoding& encoding, std::string_view bytes,
                  std::string& text) {
   const bool isLittleEndian = takeByteOrder(encoding, bytes);
   if (bytes.size() % 4 != 0) return false;
+  if (bytes.size() >= internal::kLongText) {
+    text.reserve(text.size() + bytes.size());  // no character takes more
+  }
   for (std::size_t at = 0; at < bytes.size(); at += 4) {
     const char32_t value = wideUnitAt(bytes, at, 4, isLittleEndian);
     if (value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF)) return false;

@@ -194,18 +194,14 @@ bool encodeHZ(std::string_view text, bool substitute, std::string& bytes) {
   return true;
 }
 
-}  // namespace
-
-bool decodeWithConverter(const Encoding& encoding, std::string_view bytes,
-                         std::string& text) {
-  const std::size_t plain = plainPrefixLength(encoding, bytes);
-  text.append(bytes.substr(0, plain));
-  bytes.remove_prefix(plain);
+// Hands the units of `bytes` to `take` block by block; false when they are not
+// all defined, or when `take` returns false.
+template <typename Take>
+bool convertToUnits(const Encoding& encoding, std::string_view bytes,
+                    const Take& take) {
   if (bytes.empty()) return true;
-
   UConverter* const converter = cachedConverter(encoding);
   if (converter == nullptr) return false;
-  UnitWriter writer(text, encoding);
   UnitBlock block;
   while (!bytes.empty()) {
     const char* source = bytes.data();
@@ -220,11 +216,34 @@ bool decodeWithConverter(const Encoding& encoding, std::string_view bytes,
       if (U_FAILURE(error) && error != U_BUFFER_OVERFLOW_ERROR) return false;
       const std::span<char16_t> units(block.data(), target);
       if (encoding.is(kTurnedControls)) turnFromICU(units);
-      if (!writer.write({units.data(), units.size()})) return false;
+      if (!take(std::u16string_view(units.data(), units.size()))) return false;
     } while (error == U_BUFFER_OVERFLOW_ERROR);
     bytes.remove_prefix(size);
   }
-  return writer.isComplete();
+  return true;
+}
+
+}  // namespace
+
+bool decodeWithConverter(const Encoding& encoding, std::string_view bytes,
+                         std::string& text) {
+  const std::size_t plain = plainPrefixLength(encoding, bytes);
+  if (bytes.size() - plain >= kLongText) {
+    std::size_t size = plain;
+    const auto count = [&size](std::u16string_view units) {
+      size += textSizeOfUnits(units);
+      return true;
+    };
+    if (!convertToUnits(encoding, bytes.substr(plain), count)) return false;
+    text.reserve(text.size() + size);
+  }
+  text.append(bytes.substr(0, plain));
+  bytes.remove_prefix(plain);
+  UnitWriter writer(text, encoding);
+  const auto write = [&writer](std::u16string_view units) {
+    return writer.write(units);
+  };
+  return convertToUnits(encoding, bytes, write) && writer.isComplete();
 }
 
 bool encodeWithConverter(const Encoding& encoding, std::string_view text,

@@ -28,6 +28,15 @@ char* putCodePoint(char* out, char32_t character) {
 
 }  // namespace
 
+std::size_t textSizeOfUnits(std::u16string_view units) {
+  std::size_t size = 0;
+  for (const char16_t unit : units) {
+    const bool isHalf = unit >= 0xD800 && unit <= 0xDFFF;
+    size += unit < 0x80 ? 1U : unit < 0x800 || isHalf ? 2U : 3U;
+  }
+  return size;
+}
+
 bool UnitWriter::write(std::u16string_view units) {
   // A unit makes three bytes at most; the low half of a pair whose high half
   // came with the last call makes four.

@@ -15,6 +15,14 @@ namespace quillhaven::platform::internal {
 inline constexpr std::size_t kUnitsInBlock = 1024;
 using UnitBlock = std::array<char16_t, kUnitsInBlock>;
 
+// The text of so many bytes or more is counted before it is made, so that it
+// takes no more room than it needs: a string that grows step by step has three
+// times its size in use for a moment.
+inline constexpr std::size_t kLongText = std::size_t{64} * 1024;
+
+// Returns the size in bytes of the text that a UnitWriter makes of `units`.
+[[nodiscard]] std::size_t textSizeOfUnits(std::u16string_view units);
+
 // Appends UTF-16 units to text. One thread at a time.
 class UnitWriter {
  public:

@@ -9,6 +9,7 @@
 #include <numeric>
 #include <string>
 
+#include "quillhaven/platform/text/internal/encoding_units.h"
 #include "quillhaven/platform/text/utf8.h"
 
 namespace quillhaven::platform::internal {
@@ -117,11 +118,20 @@ std::uint8_t SingleByteTable::byteOf(char32_t character) const {
   return blocks_[blockOf_[character >> 8]][character & 0xFF];
 }
 
+std::size_t SingleByteTable::textSize(std::string_view bytes) const {
+  std::size_t size = 0;
+  for (const char byte : bytes) {
+    size += characters_[static_cast<unsigned char>(byte)].size;
+  }
+  return size;
+}
+
 bool SingleByteTable::decode(std::string_view bytes, std::string& text) const {
   // After the first other byte some bytes go through the table, ASCII or not,
   // before the next look for a run: runs between single letters are short.
   constexpr std::size_t kStretch = 256;
   std::array<char, 3 * kStretch + 1> buffer;  // whole entries are copied
+  if (bytes.size() >= kLongText) text.reserve(text.size() + textSize(bytes));
   while (true) {
     const std::size_t run = asciiPrefixLength(bytes);
     text.append(bytes.substr(0, run));

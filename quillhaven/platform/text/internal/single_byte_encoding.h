@@ -41,6 +41,8 @@ class SingleByteTable {
     std::uint8_t size;  // 0 where the byte is undefined
   };
 
+  // Size in bytes of the text of `bytes`, without undefined ones.
+  [[nodiscard]] std::size_t textSize(std::string_view bytes) const;
   void fill(const Encoding& encoding);
   void define(std::size_t byte, char32_t character);
   // Returns the byte of a character above U+007F, or 0.

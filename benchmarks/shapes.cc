@@ -366,6 +366,76 @@ std::string base64Padding(std::size_t size) {
       size, "YQ==");
 }
 
+// Base64 of letters that are one byte each in some charsets and three in UTF-8
+// is text of more than twice its size. Filled up with line breaks, so that it
+// always decodes.
+void appendWideBase64(std::string& text, std::size_t size) {
+  constexpr std::size_t kLineSize = 76;
+  std::string line;
+  while (line.size() < kLineSize) line += "oaKj";
+  line += '\n';
+  const std::size_t end = text.size() + size;
+  while (text.size() + line.size() <= end) text += line;
+  text.resize(end, '\n');
+}
+
+// A multipart of `count` such parts of `subtype` after `head`.
+std::string wideParts(std::string_view head, std::size_t size,
+                      std::string_view subtype, std::size_t count) {
+  std::string text(head);
+  for (std::size_t i = 0; i < count; ++i) {
+    text += joined("--b\nContent-Type: text/", subtype,
+                   "; charset=tis-620\n"
+                   "Content-Transfer-Encoding: base64\n\n");
+    const std::size_t end = size * (i + 1) / count;
+    if (end > text.size()) appendWideBase64(text, end - text.size());
+  }
+  return text;
+}
+
+std::string wideMessage(std::string_view head, std::size_t size,
+                        std::string_view subtype, std::string_view charset) {
+  std::string text =
+      joined(head, "Subject: shape\nContent-Type: text/", subtype,
+             "; charset=", charset, "\nContent-Transfer-Encoding: base64\n\n");
+  if (size > text.size()) appendWideBase64(text, size - text.size());
+  return text;
+}
+
+std::string base64ThaiText(std::size_t size) {
+  return wideMessage("", size, "plain", "tis-620");
+}
+
+std::string base64KatakanaText(std::size_t size) {
+  return wideMessage("", size, "plain", "shift_jis");
+}
+
+std::string base64UTF16Text(std::size_t size) {
+  return wideMessage("", size, "plain", "utf-16");
+}
+
+std::string base64ThaiHTML(std::size_t size) {
+  return wideMessage("", size, "html", "tis-620");
+}
+
+std::string base64ThaiPlainParts(std::size_t size) {
+  return wideParts(kMixedHead, size, "plain", 3);
+}
+
+std::string base64ThaiHTMLParts(std::size_t size) {
+  return wideParts(kMixedHead, size, "html", 3);
+}
+
+std::string base64ThaiAttached(std::size_t size) {
+  std::string text(kMixedHead);
+  for (std::size_t i = 0; i < 2; ++i) {
+    const std::size_t end = size * (i + 1) / 3;
+    text += "--b\nContent-Type: message/rfc822\n\n";
+    text = wideMessage(text, end, "html", "tis-620");
+  }
+  return wideParts(text, size, "plain", 1);
+}
+
 constexpr std::string_view kQuotedPrintableHead =
     "Content-Type: text/plain; charset=iso-8859-1\n"
     "Content-Transfer-Encoding: quoted-printable\n\n";
@@ -654,6 +724,16 @@ constexpr PlainShape kMessages[] = {
     {"base64-letters", "Base64 that decodes", base64Letters},
     {"base64-noise", "Base64 with noise in it", base64Noise},
     {"base64-padding", "Base64 padded every four letters", base64Padding},
+    {"base64-thai-text", "Base64 of Thai, one byte a letter", base64ThaiText},
+    {"base64-katakana-text", "the same of half-width Katakana",
+     base64KatakanaText},
+    {"base64-utf-16-text", "the same of a script in UTF-16", base64UTF16Text},
+    {"base64-thai-html", "Base64 of Thai HTML without a tag", base64ThaiHTML},
+    {"base64-thai-plain-parts", "three parts of Thai text",
+     base64ThaiPlainParts},
+    {"base64-thai-html-parts", "three parts of Thai HTML", base64ThaiHTMLParts},
+    {"base64-thai-attached", "two attached messages of Thai HTML, and text",
+     base64ThaiAttached},
     {"quoted-printable-equals", "quoted-printable of \"=\"",
      quotedPrintableEquals},
     {"quoted-printable-noise", "quoted-printable with noise in it",

@@ -58,7 +58,8 @@ std::string replacingControls(std::string_view text, bool keepingLayout) {
     copied = at + length;
     at = copied - 1;
   }
-  return result.append(text.substr(copied));
+  result.append(text.substr(copied));
+  return result;
 }
 
 }  // namespace

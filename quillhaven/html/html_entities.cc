@@ -175,7 +175,8 @@ std::string gtm_stringByUnescapingFromHTML(std::string_view text) {
     copied = *end;
   }
   platform::flushUTF16(out, pendingHighSurrogate);
-  return out.append(text.substr(copied));
+  out.append(text.substr(copied));
+  return out;
 }
 
 }  // namespace quillhaven::html

@@ -156,7 +156,8 @@ std::string stringByLinkifyingURLs(std::string_view text) {
     copied = *end;
     at = text.find("http", copied);
   }
-  return out.append(text.substr(copied));
+  out.append(text.substr(copied));
+  return out;
 }
 
 }  // namespace quillhaven::html

@@ -9,6 +9,7 @@
 #include "quillhaven/mail/internal/body_decoding.h"
 #include "quillhaven/mail/internal/content_type.h"
 #include "quillhaven/mail/internal/header_block_reader.h"
+#include "quillhaven/mail/internal/message_bodies.h"
 #include "quillhaven/mail/internal/multipart_walk.h"
 #include "quillhaven/mail/internal/parser_log.h"
 #include "quillhaven/platform/base/ascii.h"
@@ -24,6 +25,7 @@ namespace quillhaven::mail {
 namespace {
 
 using internal::ContentType;
+using internal::MessageBodies;
 using internal::trimmedQuotes;
 using platform::internal::trimmedBlanks;
 
@@ -187,7 +189,6 @@ std::optional<EmailMessageParser> EmailMessageParser::parse(
   } else if (content.type == "multipart") {
     parser->readMultipart(message.text, body, content, depth);
   }
-  parser->settleHTMLBody();
   return parser;
 }
 
@@ -206,12 +207,14 @@ void EmailMessageParser::readSinglePart(std::string_view body,
   if (charset == platform::kStringEncodingInvalid) {
     charset = platform::kStringEncodingUTF8;
   }
-  std::optional<std::string> plainText;
-  std::optional<std::string> html;
-  if (getDecodedTextForBodyPart(body, headerContentTransferEncoding(), charset,
-                                subtype == "html", &plainText, &html)) {
-    takePlainTextBody(std::move(plainText));
-    takeHTMLBody(std::move(html));
+  std::optional<internal::DecodedBody> decoded =
+      internal::decodedBody(body, headerContentTransferEncoding(), charset);
+  if (!decoded) return;
+  bodies_ = std::make_shared<MessageBodies>();
+  if (subtype == "plain") {
+    bodies_->takePlainText(std::move(*decoded).take());
+  } else {
+    bodies_->takeHTMLDocument(std::move(*decoded).take(), charset);
   }
 }
 
@@ -228,6 +231,7 @@ void EmailMessageParser::readMultipart(std::string_view text, std::size_t body,
   const internal::PartRecords records =
       internal::collectParts(text, body, *content.boundary);
 
+  bodies_ = std::make_shared<MessageBodies>();
   // The order is fixed: attached messages, then plain text, then HTML.
   // Deliberate: stored bodies were joined so.
   for (const internal::PartRecord& record : records.rfc822) {
@@ -236,34 +240,17 @@ void EmailMessageParser::readMultipart(std::string_view text, std::size_t body,
       break;
     }
     auto attached = parse(record.message, std::nullopt, depth + 1);
-    if (!attached) continue;
-    takePlainTextBody(std::move(attached->plainTextBody_));
-    takeHTMLBody(std::move(attached->htmlBody_));
-  }
-  std::size_t sizeToCome = 0;
-  for (const internal::PartRecord& record : records.plain) {
-    sizeToCome += record.message.size() + 2;
+    if (attached) bodies_->takeAttached(std::move(attached->bodies_));
   }
   for (const internal::PartRecord& record : records.plain) {
-    sizeToCome -= record.message.size() + 2;
-    std::optional<std::string> plainText;
-    if (getDecodedTextForBodyPart(record.message,
-                                  record.contentTransferEncoding,
-                                  record.charset, false, &plainText, nullptr)) {
-      takePlainTextBody(std::move(plainText));
-    }
-    // Room for all at once: growing step by step would need more in the end.
-    if (plainTextBody_ && sizeToCome != 0) {
-      plainTextBody_->reserve(plainTextBody_->size() + sizeToCome);
-    }
+    auto decoded = internal::decodedBody(
+        record.message, record.contentTransferEncoding, record.charset);
+    if (decoded) bodies_->takePlainText(std::move(*decoded).take());
   }
   for (const internal::PartRecord& record : records.html) {
-    std::optional<std::string> html;
-    if (getDecodedTextForBodyPart(record.message,
-                                  record.contentTransferEncoding,
-                                  record.charset, true, nullptr, &html)) {
-      takeHTMLBody(std::move(html));
-    }
+    auto decoded = internal::decodedBody(
+        record.message, record.contentTransferEncoding, record.charset);
+    if (decoded) bodies_->takeHTML(std::move(*decoded).take());
   }
 }
 
@@ -294,6 +281,16 @@ std::optional<std::string> EmailMessageParser::contentType() const {
 
 ContentTransferEncoding EmailMessageParser::contentTransferEncoding() const {
   return ContentTransferEncoding::Unknown;
+}
+
+const std::optional<std::string>& EmailMessageParser::plainTextBody() const {
+  static const std::optional<std::string> kNone;
+  return bodies_ ? bodies_->plainText() : kNone;
+}
+
+const std::optional<std::string>& EmailMessageParser::htmlBody() const {
+  static const std::optional<std::string> kNone;
+  return bodies_ ? bodies_->html() : kNone;
 }
 
 std::optional<HeaderTable::Values> EmailMessageParser::valuesForHeaderFieldName(
@@ -446,12 +443,15 @@ std::string_view EmailMessageParser::defaultPlainTextContentType() {
 
 void EmailMessageParser::addPlainTextBody(
     std::optional<std::string_view> text) {
-  if (text) takePlainTextBody(std::string(*text));
+  if (!text) return;
+  bodies_ = MessageBodies::goingOnFrom(std::move(bodies_));
+  bodies_->takePlainText(std::string(*text));
 }
 
 void EmailMessageParser::addHTMLBody(std::optional<std::string_view> text) {
-  if (text) takeHTMLBody(std::string(*text));
-  settleHTMLBody();
+  if (!text) return;
+  bodies_ = MessageBodies::goingOnFrom(std::move(bodies_));
+  bodies_->takeHTML(std::string(*text));
 }
 
 std::optional<std::string>
@@ -460,36 +460,6 @@ EmailMessageParser::stringByRemovingNewlinesAtEndOfString(
   if (!text || text->empty()) return std::nullopt;
   return std::string(
       text->substr(0, internal::lengthWithoutNewlinesAtEnd(*text)));
-}
-
-void EmailMessageParser::takePlainTextBody(std::optional<std::string> text) {
-  if (!text || text->empty()) return;
-  if (plainTextBody_ && !plainTextBody_->empty()) {
-    plainTextBody_->append("\n\n").append(*text);
-    return;
-  }
-  text->resize(internal::lengthWithoutNewlinesAtEnd(*text));
-  plainTextBody_ = std::move(text);
-}
-
-void EmailMessageParser::takeHTMLBody(std::optional<std::string> text) {
-  if (!text || text->empty()) return;
-  // A further body replaces what was joined so far by the plain text up to now
-  // and itself; of several only the last is ever seen. Deliberate.
-  if (htmlBody_) {
-    plainTextBeforeHTML_ = plainTextBody_ ? plainTextBody_->size() : 0;
-  }
-  htmlBody_ = std::move(text);
-}
-
-void EmailMessageParser::settleHTMLBody() {
-  if (!plainTextBeforeHTML_) return;
-  std::string joined;
-  joined.reserve(*plainTextBeforeHTML_ + 2 + htmlBody_->size());
-  if (plainTextBody_) joined.append(*plainTextBody_, 0, *plainTextBeforeHTML_);
-  joined.append("\n\n").append(*htmlBody_);
-  htmlBody_ = std::move(joined);
-  plainTextBeforeHTML_.reset();
 }
 
 }  // namespace quillhaven::mail

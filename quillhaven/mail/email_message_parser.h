@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,7 +23,8 @@ namespace quillhaven::mail {
 
 namespace internal {
 struct ContentType;
-}
+class MessageBodies;
+}  // namespace internal
 
 // MIME transfer encodings (RFC 2045, section 6). Hosts store the numbers.
 enum class ContentTransferEncoding : int {
@@ -89,13 +91,12 @@ class EmailMessageParser {
   [[nodiscard]] std::optional<std::string> contentType() const;
   [[nodiscard]] ContentTransferEncoding contentTransferEncoding() const;
 
-  // The joined bodies; absent when the message has none.
-  [[nodiscard]] const std::optional<std::string>& plainTextBody() const {
-    return plainTextBody_;
-  }
-  [[nodiscard]] const std::optional<std::string>& htmlBody() const {
-    return htmlBody_;
-  }
+  // The joined bodies; absent when the message has none. They are put together
+  // when they are first asked for, the plain text of an HTML message is made
+  // then, and they live until a text is added or the last copy of this object
+  // is gone.
+  [[nodiscard]] const std::optional<std::string>& plainTextBody() const;
+  [[nodiscard]] const std::optional<std::string>& htmlBody() const;
 
   // Every field, its values unfolded and decoded.
   [[nodiscard]] const HeaderTable& headerDictionary() const {
@@ -197,17 +198,9 @@ class EmailMessageParser {
                       const internal::ContentType& content);
   void readMultipart(std::string_view text, std::size_t body,
                      const internal::ContentType& content, int depth);
-  void takePlainTextBody(std::optional<std::string> text);
-  void takeHTMLBody(std::optional<std::string> text);
-  void settleHTMLBody();
-
   std::optional<std::string> url_;
   HeaderTable headerDictionary_;
-  std::optional<std::string> plainTextBody_;
-  std::optional<std::string> htmlBody_;
-  // While parsing, only the last of several HTML bodies is kept, with the
-  // length of the plain text that stands before it; see settleHTMLBody().
-  std::optional<std::size_t> plainTextBeforeHTML_;
+  std::shared_ptr<internal::MessageBodies> bodies_;  // null: none
 };
 
 }  // namespace quillhaven::mail

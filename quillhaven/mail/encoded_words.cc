@@ -162,7 +162,8 @@ std::string replacingEverywhere(std::string_view text, std::string_view span,
     out.append(text, copied, at - copied).append(replacement);
     copied = at + span.size();
   }
-  return out.append(text.substr(copied));
+  out.append(text.substr(copied));
+  return out;
 }
 
 // Replaces each run everywhere, one after the other; nothing when there are too
@@ -208,7 +209,8 @@ std::string decodingRunsInPlace(std::string_view value) {
     out.append(value, copied, start - copied).append(*text);
     copied = end;
   }
-  return out.append(value.substr(copied));
+  out.append(value.substr(copied));
+  return out;
 }
 
 }  // namespace

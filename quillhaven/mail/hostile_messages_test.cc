@@ -44,10 +44,26 @@ TEST(HostileMessages, MakeNoMoreThanLinearWork) {
         ASSERT_TRUE(parser);
         static_cast<void>(parser->subject());
         static_cast<void>(parser->to());
+        static_cast<void>(parser->plainTextBody());
+        static_cast<void>(parser->htmlBody());
       });
     };
     work(1 << 12);  // makes what is made once
     expectLinear(work(1 << 17), work(1 << 18));
+  }
+}
+
+TEST(HostileMessages, TakeLittleMemory) {
+  // Four times the message, itself included, and 1 MiB.
+  constexpr std::size_t kMiB = std::size_t{1} << 20;
+  for (const benchmarks::Shape& shape : benchmarks::hostileMessages()) {
+    SCOPED_TRACE(shape.name);
+    testing_support::LogCapture log;
+    const std::string message = shape.make(4 * kMiB);
+    const std::size_t before = benchmarks::heapInUse();
+    benchmarks::resetHeapPeak();
+    ASSERT_TRUE(EmailMessageParser::parserWithData(message));
+    EXPECT_LE(benchmarks::heapPeak() - before, 3 * message.size() + kMiB);
   }
 }
 

@@ -1,10 +1,18 @@
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <memory>
 #include <optional>
+#include <random>
 #include <string>
 #include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "quillhaven/mail/email_message_parser.h"
+#include "quillhaven/mail/internal/body_decoding.h"
+#include "quillhaven/mail/internal/message_bodies.h"
 #include "quillhaven/mail/internal/multipart_walk.h"
 #include "quillhaven/mail/testing/log_capture.h"
 
@@ -305,6 +313,108 @@ TEST(Bodies, AreJoinedByTheirOwnOperations) {
   EXPECT_EQ(Parser::stringByRemovingNewlinesAtEndOfString("\n\n"), "");
   EXPECT_FALSE(Parser::stringByRemovingNewlinesAtEndOfString(""));
   EXPECT_FALSE(Parser::stringByRemovingNewlinesAtEndOfString(std::nullopt));
+}
+
+TEST(Bodies, AreNotSharedOnceTextsAreAdded) {
+  const EmailMessageParser original =
+      parsed("Content-Type: text/html\n\n<p>a</p>");
+  EmailMessageParser copy = original;
+  copy.addPlainTextBody("b");
+  copy.addHTMLBody("<2>");
+  EXPECT_EQ(copy.plainTextBody(), "a\n\nb");
+  EXPECT_EQ(copy.htmlBody(), "a\n\nb\n\n<2>");
+  EXPECT_EQ(original.plainTextBody(), "a");
+  EXPECT_EQ(original.htmlBody(), "<p>a</p>");
+}
+
+TEST(Bodies, AreTheSameForAllThreads) {
+  const EmailMessageParser message =
+      parsed("Content-Type: text/html\n\n" + std::string(100'000, 'a'));
+  const std::string* seen[4] = {};
+  {
+    std::vector<std::jthread> threads;
+    for (const std::string*& mine : seen) {
+      threads.emplace_back([&] {
+        const EmailMessageParser copy = message;
+        mine = &*copy.plainTextBody();
+      });
+    }
+  }
+  for (const std::string* const text : seen) EXPECT_EQ(text, seen[0]);
+  EXPECT_EQ(seen[0]->size(), 100'000U);
+}
+
+// The rules, followed at once and text by text.
+struct SimpleBodies {
+  void takePlainText(std::string text) {
+    if (text.empty()) return;
+    if (plain && !plain->empty()) {
+      plain->append("\n\n").append(text);
+    } else {
+      plain = EmailMessageParser::stringByRemovingNewlinesAtEndOfString(text);
+    }
+  }
+  void takeHTML(const std::string& text) {
+    if (text.empty()) return;
+    html = html ? plain.value_or("") + "\n\n" + text : text;
+  }
+  void takeAttached(const SimpleBodies& attached) {
+    takePlainText(attached.plain.value_or(""));
+    takeHTML(attached.html.value_or(""));
+  }
+  Text plain;
+  Text html;
+};
+
+// Takes the same texts and attached messages, large and small ones by chance,
+// in both ways.
+std::pair<std::shared_ptr<internal::MessageBodies>, SimpleBodies> takenAtRandom(
+    std::minstd_rand& random, int depth) {
+  const auto choice = [&random](std::size_t count) { return random() % count; };
+  const std::string texts[] = {"",
+                               "\n",
+                               "\r\n\n",
+                               "a",
+                               "b\n",
+                               std::string(70'000, '\n'),
+                               std::string(70'000, 'c') + "\n",
+                               std::string(40'000, 'd') + "\n\n"};
+  const auto bodies = std::make_shared<internal::MessageBodies>();
+  SimpleBodies simple;
+  if (choice(4) == 0) {
+    const std::string html = texts[choice(std::size(texts))];
+    bodies->takeHTMLDocument(html, platform::kStringEncodingUTF8);
+    simple.takePlainText(
+        internal::plainTextOfHTML(html, platform::kStringEncodingUTF8));
+    simple.takeHTML(html);
+    return {bodies, simple};
+  }
+  for (auto i = choice(9); i > 0; --i) {
+    const std::string text = texts[choice(std::size(texts))];
+    const auto kind = choice(depth == 0 ? 3 : 5);
+    if (kind <= 1) {
+      bodies->takePlainText(text);
+      simple.takePlainText(text);
+    } else if (kind == 2) {
+      bodies->takeHTML(text);
+      simple.takeHTML(text);
+    } else {
+      auto [attached, simplyAttached] = takenAtRandom(random, depth - 1);
+      bodies->takeAttached(std::move(attached));
+      simple.takeAttached(simplyAttached);
+    }
+  }
+  return {bodies, simple};
+}
+
+TEST(Bodies, AreJoinedLateLikeAtOnce) {
+  std::minstd_rand random(1);
+  for (int i = 0; i < 600; ++i) {
+    const auto [bodies, simple] = takenAtRandom(random, 3);
+    // Comparisons only, since a message with such texts is of no use.
+    ASSERT_TRUE(bodies->html() == simple.html) << i;
+    ASSERT_TRUE(bodies->plainText() == simple.plain) << i;
+  }
 }
 
 TEST(DecodedText, HandsOutWhatIsAskedFor) {

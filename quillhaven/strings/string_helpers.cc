@@ -119,7 +119,9 @@ std::string truncating(std::string_view text, std::int64_t length,
   const std::string_view kept =
       platform::firstCharacters(text, countFrom(length));
   if (kept.size() == text.size()) return std::string(text);
-  return trimmingTrailingWhitespace(kept).append(trailing);
+  std::string truncated = trimmingTrailingWhitespace(kept);
+  truncated.append(trailing);
+  return truncated;
 }
 
 std::string stringByTruncatingToLength(std::string_view text,
@@ -133,9 +135,10 @@ std::string truncatingMiddle(std::string_view text, std::int64_t length) {
     return std::string(text);
   }
   const std::string_view tail = platform::lastCharacters(text, count / 2);
-  return trimmingTrailingWhitespace(platform::firstCharacters(text, count / 2))
-      .append(kEllipsis)
-      .append(platform::internal::trimmedBlanks(tail));
+  std::string truncated =
+      trimmingTrailingWhitespace(platform::firstCharacters(text, count / 2));
+  truncated.append(kEllipsis).append(platform::internal::trimmedBlanks(tail));
+  return truncated;
 }
 
 // The backslash is one of the characters, yet those that are added are not

@@ -69,7 +69,8 @@ std::string strippedFromHTML(std::string_view text) {
     }
     open = close + 1;
   }
-  return stripped.append(text.substr(copied));
+  stripped.append(text.substr(copied));
+  return stripped;
 }
 
 // "\{\{.+?\}\}|\{%.+?%\}" matches somewhere.

@@ -91,7 +91,8 @@ std::string addingQueryItem(std::string_view text,
     copied = insertion->position;
     return true;
   });
-  return result.append(text.substr(copied));
+  result.append(text.substr(copied));
+  return result;
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ constexpr std::array<std::string_view, 12> kStates = {
 std::string described(const TCPSocketInfo& info, std::string_view identity) {
   std::string text;
   text.reserve(128);  // enough for all
-  return text.append("<TCPSocketInfo: ")
+  text.append("<TCPSocketInfo: ")
       .append(identity)
       .append("local=")
       .append(info.localAddress)
@@ -34,6 +34,7 @@ std::string described(const TCPSocketInfo& info, std::string_view identity) {
       .append(", state=")
       .append(info.stateDescription().value_or("(null)"))
       .append(">");
+  return text;
 }
 
 }  // namespace

@@ -41,7 +41,8 @@ std::string folder(const char* variable, std::string_view belowHome) {
   std::string home = homeFolder();
   if (home.empty()) return {};
   if (home == "/") home.clear();
-  return home.append(belowHome);
+  home.append(belowHome);
+  return home;
 }
 
 // `own` unless it is empty, then the folders in the variable's list.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unicode/ucnv.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <latch>
@@ -397,6 +398,13 @@ TEST(StringEncoding, CutsNoCharacterBetweenBlocks) {
       EXPECT_TRUE(bytesFromTextLossy(text + "\x02", c.encoding) ==
                   bytesFromText(text + "\x02", c.encoding));
     }
+    // The room for a long text is found out before.
+    std::string text;
+    while (text.size() < 300'000) text += c.piece;
+    const std::string bytes = bytesFromText(text, c.encoding).value_or("");
+    const auto read = textFromBytes(bytes, c.encoding);
+    ASSERT_TRUE(read == text);
+    EXPECT_LE(read->capacity(), std::max(text.size(), bytes.size()));
   }
   std::string text, bytes = "\x1B$B";
   for (int i = 0; i < 3000; ++i) {

@@ -96,7 +96,8 @@ std::string bytesFromHeader(const SealedHeader& header) {
   bytes.append(header.keyCheck.begin(), header.keyCheck.end());
   bytes.append(header.nonce.begin(), header.nonce.end());
   const auto sum = checksum(bytes);
-  return bytes.append(sum.begin(), sum.end());
+  bytes.append(sum.begin(), sum.end());
+  return bytes;
 }
 
 }  // namespace

@@ -1,0 +1,177 @@
+#include "quillhaven/mail/internal/message_bodies.h"
+
+#include <string_view>
+#include <utility>
+
+#include "quillhaven/mail/internal/body_decoding.h"
+
+namespace quillhaven::mail::internal {
+namespace {
+
+constexpr std::string_view kSeparator = "\n\n";
+
+// Texts are joined at once up to this size, and small attached messages, so
+// that a great many tiny ones take no more room than they must.
+constexpr std::size_t kBlockSize = std::size_t{64} * 1024;
+
+void appendAfterSeparator(std::string& text, std::string_view next) {
+  text.append(kSeparator).append(next);
+}
+
+}  // namespace
+
+std::string_view MessageBodies::Piece::plainText() const {
+  if (!attached) return text;
+  const std::optional<std::string>& plain = attached->plainText();
+  return plain ? std::string_view(*plain) : std::string_view();
+}
+
+std::shared_ptr<MessageBodies> MessageBodies::goingOnFrom(
+    std::shared_ptr<MessageBodies> bodies) {
+  if (!bodies) return std::make_shared<MessageBodies>();
+  const bool isOurs = bodies.use_count() == 1;
+  if (isOurs && !bodies->isJoined_ && !bodies->documentCharset_) return bodies;
+  auto next = std::make_shared<MessageBodies>();
+  const std::optional<std::string>& plainText = bodies->plainText();
+  next->isPlainTaken_ = plainText.has_value();
+  next->isFilled_ = plainText && !plainText->empty();
+  if (next->isFilled_) next->pieces_.push_back({*plainText, true, nullptr});
+  next->html_ = bodies->html();
+  return next;
+}
+
+void MessageBodies::takePlainText(std::string text) {
+  if (text.empty()) return;
+  size_ += text.size();
+  isPlainTaken_ = true;
+  Piece* const last = pieces_.empty() ? nullptr : &pieces_.back();
+  if (isFilled_) {
+    if (last->isSettled && last->text.size() + text.size() < kBlockSize) {
+      appendAfterSeparator(last->text, text);
+    } else {
+      pieces_.push_back({std::move(text), true, nullptr});
+    }
+    return;
+  }
+  const std::size_t length = lengthWithoutNewlinesAtEnd(text);
+  if (last == nullptr) {
+    if (length == 0) return;
+    text.resize(length);
+    pieces_.push_back({std::move(text), true, nullptr});
+  } else if (length == 0 && !last->attached) {
+    appendAfterSeparator(last->text, text);  // newlines after newlines
+  } else {
+    pieces_.push_back({std::move(text), false, nullptr});
+  }
+  isFilled_ = length != 0;
+}
+
+void MessageBodies::takeHTML(std::string html) {
+  if (html.empty()) return;
+  size_ += html.size();
+  noteHTML();
+  html_ = std::move(html);
+  htmlOwner_.reset();
+}
+
+void MessageBodies::takeHTMLDocument(std::string html,
+                                     platform::StringEncoding charset) {
+  if (html.empty()) return;
+  takeHTML(std::move(html));
+  documentCharset_ = charset;
+}
+
+void MessageBodies::takeAttached(std::shared_ptr<MessageBodies> attached) {
+  if (!attached) return;
+  if (attached->size_ < kBlockSize) {
+    attached->join();
+    if (attached->plainText_) takePlainText(*std::move(attached->plainText_));
+    if (attached->html_) takeHTML(*std::move(attached->html_));
+    return;
+  }
+  size_ += attached->size_;
+  isFilled_ |= attached->isFilled_;
+  pieces_.push_back({std::string(), false, attached});
+  if (!attached->html_ && !attached->htmlOwner_) return;
+  noteHTML();
+  html_.reset();
+  htmlOwner_ = std::move(attached);
+}
+
+// Called before HTML comes.
+void MessageBodies::noteHTML() {
+  if (!html_ && !htmlOwner_) return;
+  plainBeforeHTML_ = {pieces_.size(),
+                      pieces_.empty() ? 0 : pieces_.back().text.size()};
+}
+
+const std::optional<std::string>& MessageBodies::plainText() {
+  std::call_once(joining_, [this] { join(); });
+  return plainText_;
+}
+
+const std::optional<std::string>& MessageBodies::html() {
+  // As it came, it needs no joining.
+  if (htmlOwner_ || plainBeforeHTML_) {
+    std::call_once(joining_, [this] { join(); });
+  }
+  return html_;
+}
+
+void MessageBodies::join() {
+  isJoined_ = true;
+  if (documentCharset_) {
+    std::string text = plainTextOfHTML(*html_, *documentCharset_);
+    if (text.empty()) return;
+    text.resize(lengthWithoutNewlinesAtEnd(text));
+    plainText_ = std::move(text);
+    return;
+  }
+  std::string plainText;
+  const std::size_t before = joinPlainText(plainText);
+  if (htmlOwner_) html_ = htmlOwner_->html();
+  htmlOwner_.reset();
+  if (plainBeforeHTML_) {
+    std::string joined;
+    joined.reserve(before + kSeparator.size() + html_->size());
+    joined.append(plainText, 0, before);
+    appendAfterSeparator(joined, *html_);
+    html_ = std::move(joined);
+  }
+  if (isPlainTaken_) plainText_ = std::move(plainText);
+}
+
+// Joins the pieces and returns how much of them stands before the HTML that
+// counts.
+std::size_t MessageBodies::joinPlainText(std::string& joined) {
+  std::size_t size = 0;
+  for (const Piece& piece : pieces_) {
+    size += kSeparator.size() + piece.plainText().size();
+  }
+  if (pieces_.size() > 1) joined.reserve(size);
+
+  std::size_t before = 0;
+  for (std::size_t i = 0; i < pieces_.size(); ++i) {
+    Piece& piece = pieces_[i];
+    const bool isFirst = joined.empty();
+    const std::string_view text = piece.plainText();
+    isPlainTaken_ |= !text.empty();
+    if (!isFirst && !text.empty()) joined.append(kSeparator);
+    const std::size_t start = joined.size();
+    if (pieces_.size() == 1 && !piece.attached) {
+      joined = std::move(piece.text);
+    } else if (isFirst && !piece.isSettled) {
+      joined.append(text, 0, lengthWithoutNewlinesAtEnd(text));
+    } else {
+      joined.append(text);
+    }
+    if (plainBeforeHTML_ && plainBeforeHTML_->pieces == i + 1) {
+      before =
+          piece.isSettled ? start + plainBeforeHTML_->bytes : joined.size();
+    }
+    piece = Piece();  // its room may be wanted for the rest
+  }
+  return before;
+}
+
+}  // namespace quillhaven::mail::internal

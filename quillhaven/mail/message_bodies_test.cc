@@ -6,7 +6,6 @@
 #include <random>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -327,23 +326,6 @@ TEST(Bodies, AreNotSharedOnceTextsAreAdded) {
   EXPECT_EQ(original.htmlBody(), "<p>a</p>");
 }
 
-TEST(Bodies, AreTheSameForAllThreads) {
-  const EmailMessageParser message =
-      parsed("Content-Type: text/html\n\n" + std::string(100'000, 'a'));
-  const std::string* seen[4] = {};
-  {
-    std::vector<std::jthread> threads;
-    for (const std::string*& mine : seen) {
-      threads.emplace_back([&] {
-        const EmailMessageParser copy = message;
-        mine = &*copy.plainTextBody();
-      });
-    }
-  }
-  for (const std::string* const text : seen) EXPECT_EQ(text, seen[0]);
-  EXPECT_EQ(seen[0]->size(), 100'000U);
-}
-
 // The rules, followed at once and text by text.
 struct SimpleBodies {
   void takePlainText(std::string text) {
@@ -376,7 +358,7 @@ std::pair<std::shared_ptr<internal::MessageBodies>, SimpleBodies> takenAtRandom(
                                "\r\n\n",
                                "a",
                                "b\n",
-                               std::string(70'000, '\n'),
+                               "<!--" + std::string(70'000, '-') + "-->",
                                std::string(70'000, 'c') + "\n",
                                std::string(40'000, 'd') + "\n\n"};
   const auto bodies = std::make_shared<internal::MessageBodies>();

@@ -84,13 +84,12 @@ void MessageBodies::takeHTMLDocument(std::string html,
 void MessageBodies::takeAttached(std::shared_ptr<MessageBodies> attached) {
   if (!attached) return;
   if (attached->size_ < kBlockSize) {
-    attached->join();
+    attached->ensureJoined();
     if (attached->plainText_) takePlainText(*std::move(attached->plainText_));
     if (attached->html_) takeHTML(*std::move(attached->html_));
     return;
   }
   size_ += attached->size_;
-  isFilled_ |= attached->isFilled_;
   pieces_.push_back({std::string(), false, attached});
   if (!attached->html_ && !attached->htmlOwner_) return;
   noteHTML();
@@ -106,20 +105,26 @@ void MessageBodies::noteHTML() {
 }
 
 const std::optional<std::string>& MessageBodies::plainText() {
-  std::call_once(joining_, [this] { join(); });
+  ensureJoined();
   return plainText_;
 }
 
 const std::optional<std::string>& MessageBodies::html() {
   // As it came, it needs no joining.
-  if (htmlOwner_ || plainBeforeHTML_) {
-    std::call_once(joining_, [this] { join(); });
-  }
+  if (htmlOwner_ || plainBeforeHTML_) ensureJoined();
   return html_;
 }
 
+void MessageBodies::ensureJoined() {
+  if (isJoined_.load(std::memory_order_acquire)) return;
+  const std::lock_guard lock(joining_);
+  if (isJoined_.load(std::memory_order_relaxed)) return;
+  join();
+  isJoined_.store(true, std::memory_order_release);
+}
+
+// Other threads may look whether there is an htmlOwner_ or a plainBeforeHTML_.
 void MessageBodies::join() {
-  isJoined_ = true;
   if (documentCharset_) {
     std::string text = plainTextOfHTML(*html_, *documentCharset_);
     if (text.empty()) return;
@@ -129,8 +134,11 @@ void MessageBodies::join() {
   }
   std::string plainText;
   const std::size_t before = joinPlainText(plainText);
-  if (htmlOwner_) html_ = htmlOwner_->html();
-  htmlOwner_.reset();
+  if (htmlOwner_) {
+    htmlOwner_->ensureJoined();
+    html_ = std::move(htmlOwner_->html_);
+    htmlOwner_->plainText_.reset();
+  }
   if (plainBeforeHTML_) {
     std::string joined;
     joined.reserve(before + kSeparator.size() + html_->size());

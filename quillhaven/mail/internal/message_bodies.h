@@ -2,6 +2,7 @@
 #ifndef QUILLHAVEN_MAIL_INTERNAL_MESSAGE_BODIES_H_
 #define QUILLHAVEN_MAIL_INTERNAL_MESSAGE_BODIES_H_
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -39,7 +40,8 @@ class MessageBodies {
   // plainTextOfHTML(), and then itself. Nothing else may have been taken.
   void takeHTMLDocument(std::string html, platform::StringEncoding charset);
 
-  // Takes the bodies of an attached message, first the plain one. May be null.
+  // Takes the bodies of an attached message, first the plain one. May be null;
+  // nobody else may hold it.
   void takeAttached(std::shared_ptr<MessageBodies> attached);
 
   // The bodies; absent when no text was taken. Nothing may be taken afterwards.
@@ -66,6 +68,7 @@ class MessageBodies {
   };
 
   void noteHTML();
+  void ensureJoined();
   void join();
   [[nodiscard]] std::size_t joinPlainText(std::string& joined);
 
@@ -78,8 +81,9 @@ class MessageBodies {
   std::optional<platform::StringEncoding> documentCharset_;
   std::size_t size_ = 0;  // of all texts taken
 
-  std::once_flag joining_;
-  bool isJoined_ = false;
+  // Not std::call_once(), which asks the kernel to wake others each time.
+  std::mutex joining_;
+  std::atomic<bool> isJoined_ = false;
   std::optional<std::string> plainText_;
 };
 

@@ -478,8 +478,14 @@ std::string equalComments(std::string_view head, std::size_t size) {
   return repeated(head, size, "<!--c-->");
 }
 
+// The ends keep the cut, which falls anywhere, from making a comment of its own
+// kind.
 std::string distinctComments(std::string_view head, std::size_t size) {
-  return numbered(head, size, "<!--", "-->");
+  return numbered(head, size, "<!--", "-->", "x-->");
+}
+
+std::string distinctCommentsCutOff(std::string_view head, std::size_t size) {
+  return numbered(head, size, "<!--", "-->", "x--><!---");
 }
 
 std::string nestedComments(std::string_view head, std::size_t size) {
@@ -630,6 +636,8 @@ constexpr HTMLShape kHTML[] = {
     {"unclosed-comments", "comment openings", unclosedComments},
     {"equal-comments", "one comment again and again", equalComments},
     {"distinct-comments", "comments, no two equal", distinctComments},
+    {"distinct-comments-cut-off", "the same and the start of one",
+     distinctCommentsCutOff},
     {"nested-comments", "comments inside one another", nestedComments},
     {"distinct-tags", "tags, no two equal", distinctTags},
     {"distinct-elements", "elements, no two equal", distinctElements},

@@ -53,7 +53,7 @@ constexpr std::size_t kMemoryAllowance = kMiB;
 constexpr double kCopiesAtMemorySpeed = 4;
 
 // How often all courses in which a doubling looks too slow are measured again.
-constexpr int kRetries = 10;
+constexpr int kRetries = 15;
 
 // A size that takes longer is the last one that is tried.
 constexpr double kPatienceSeconds = 10;
@@ -316,14 +316,16 @@ bool looksTooSlow(const Course& course) {
 }
 
 // Measures all sizes again, from the smallest to the largest; the best of each
-// counts. Where a text lies can cost half as much again for one size and not
-// for the next, so it lies elsewhere at each retry.
+// counts. Where the text and what is made of it lie can cost twice the time for
+// one size and not for the next. So all memory is given back before, and they
+// are kept from more and more of the places that were free.
 void measureAgain(Course& course, int retry) {
-  const std::string before(static_cast<std::size_t>(retry) * 300 * kKiB, 'x');
-  keep(before.size());
   for (Sample& sample : course.samples) {
     // What takes seconds is beyond the reach of noise.
     if (sample.seconds > kPatienceSeconds / 10) break;
+    malloc_trim(0);
+    std::vector<std::string> taken(static_cast<std::size_t>(retry));
+    for (std::string& place : taken) place.reserve(sample.size);
     const std::string text = course.shape->make(sample.requestedSize);
     sample.seconds =
         std::min(sample.seconds, bestSeconds(*course.operation, text));

@@ -143,10 +143,12 @@ std::vector<std::int32_t> socketFileDescriptors(
 
 std::map<std::int32_t, std::vector<TCPSocketInfo>> tcpSocketInfo(
     ProcessSockets& sockets, std::int32_t processIdentifier) {
+  const std::vector<std::int32_t> descriptors =
+      socketFileDescriptors(sockets, processIdentifier);
   std::vector<SocketInformation> found;
+  found.reserve(descriptors.size());
   std::map<std::int32_t, std::size_t> counts;  // by state
-  for (const std::int32_t descriptor :
-       socketFileDescriptors(sockets, processIdentifier)) {
+  for (const std::int32_t descriptor : descriptors) {
     const auto socket = readSocket(sockets, processIdentifier, descriptor);
     if (!socket || socket->family != platform::SocketFamily::kIPv4 ||
         socket->kind != platform::SocketKind::kTCP) {

@@ -228,7 +228,7 @@ bool convertToUnits(const Encoding& encoding, std::string_view bytes,
 bool decodeWithConverter(const Encoding& encoding, std::string_view bytes,
                          std::string& text) {
   const std::size_t plain = plainPrefixLength(encoding, bytes);
-  if (bytes.size() - plain >= kLongText) {
+  if (bytes.size() >= kLongText) {
     std::size_t size = plain;
     const auto count = [&size](std::u16string_view units) {
       size += textSizeOfUnits(units);

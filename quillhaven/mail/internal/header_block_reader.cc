@@ -63,6 +63,11 @@ auto isSpaceToCollapse(ByteVector bytes, ByteVector next) {
          (equals(bytes, ' ') & (equals(next, ' ') | isOddSpace(next)));
 }
 
+// Lanes with a byte up to carriage return, or beyond ASCII, in one comparison.
+auto isControlOrBeyondASCII(ByteVector bytes) {
+  return reinterpret_cast<platform::internal::LaneMask>(bytes) <= 0x0D;
+}
+
 // True when a value is certainly stored as it stands: ASCII without controls,
 // two blanks in a row or "=?".
 bool isPlainValue(std::string_view text) {
@@ -72,12 +77,13 @@ bool isPlainValue(std::string_view text) {
     using platform::internal::bitsOf;
     blanks = blanks >> 16 | bitsOf(equals(bytes, ' ')) << 1;
     signs = signs >> 16 | bitsOf(equals(bytes, '=')) << 1;
-    const unsigned odd = bitsOf((bytes >= 0x80) | isBetween(bytes, 0x09, 0x0D));
+    const unsigned odd = bitsOf(isControlOrBeyondASCII(bytes));
     return (odd | (blanks & blanks >> 1) |
             (signs & bitsOf(equals(bytes, '?')))) == 0;
   };
   if (text.size() < kVectorSize) {
-    char whole[kVectorSize] = {};
+    char whole[kVectorSize];
+    std::memset(whole, 'x', sizeof whole);
     std::memcpy(whole, text.data(), text.size());
     return isPlain(platform::internal::loadBytes(whole));
   }
@@ -192,8 +198,7 @@ class LineScanner {
               ByteVector next) {
     using platform::internal::bitsOf;
     // Controls, newlines among them, and all beyond ASCII.
-    unsigned odd =
-        bitsOf((bytes >= 0x80) | isBetween(bytes, 0x09, 0x0D)) & valid;
+    unsigned odd = bitsOf(isControlOrBeyondASCII(bytes)) & valid;
     unsigned pairs = bitsOf((equals(bytes, ' ') & equals(next, ' ')) |
                             (equals(bytes, '=') & equals(next, '?'))) &
                      valid;

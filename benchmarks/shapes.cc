@@ -367,10 +367,10 @@ std::string base64Padding(std::size_t size) {
 }
 
 // Base64 of letters that are one byte each in some charsets and three in UTF-8
-// is text of more than twice its size. Filled up with line breaks, so that it
-// always decodes.
+// is text of more than twice its size. Lines of an even number of letters, and
+// line breaks to fill up, so that it decodes in all sizes and charsets.
 void appendWideBase64(std::string& text, std::size_t size) {
-  constexpr std::size_t kLineSize = 76;
+  constexpr std::size_t kLineSize = 72;
   std::string line;
   while (line.size() < kLineSize) line += "oaKj";
   line += '\n';

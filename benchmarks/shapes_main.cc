@@ -83,12 +83,16 @@ std::size_t parse(std::string_view text) {
   return message ? message->headerDictionary().size() : 0;
 }
 
-// The same with the bodies, which are made when they are first asked for.
+// Bodies are made when they are first asked for.
+void readBodies(const mail::EmailMessageParser& message) {
+  keep(message.plainTextBody().has_value());
+  keep(message.htmlBody().has_value());
+}
+
 std::size_t parseAndReadBodies(std::string_view text) {
   const auto message = mail::EmailMessageParser::parserWithData(text);
   if (!message) return 0;
-  keep(message->plainTextBody().has_value());
-  keep(message->htmlBody().has_value());
+  readBodies(*message);
   return message->headerDictionary().size();
 }
 
@@ -96,8 +100,7 @@ std::size_t parseAndReadBodies(std::string_view text) {
 std::size_t parseAndReadAll(std::string_view text) {
   const auto message = mail::EmailMessageParser::parserWithData(text);
   if (!message) return 0;
-  keep(message->plainTextBody().has_value());
-  keep(message->htmlBody().has_value());
+  readBodies(*message);
   return message->headerDictionary().size() + message->from().size() +
          message->to().size() + message->replyTo().size();
 }

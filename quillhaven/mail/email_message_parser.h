@@ -198,6 +198,7 @@ class EmailMessageParser {
                       const internal::ContentType& content);
   void readMultipart(std::string_view text, std::size_t body,
                      const internal::ContentType& content, int depth);
+
   std::optional<std::string> url_;
   HeaderTable headerDictionary_;
   std::shared_ptr<internal::MessageBodies> bodies_;  // null: none

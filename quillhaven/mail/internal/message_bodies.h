@@ -53,8 +53,10 @@ class MessageBodies {
   // of an attached message.
   struct Piece {
     std::string text;
-    // Follows what is before it as it stands. Else that may turn out to be
-    // empty, and what the rule for the first text says counts.
+    // It is added as it stands: the first one, whose newlines are gone already,
+    // or one that surely has text before it. Others come after attached
+    // messages, which may turn out to have no text; what is then the first one
+    // loses its newlines when it is joined.
     bool isSettled = false;
     std::shared_ptr<MessageBodies> attached;
 

@@ -132,21 +132,33 @@ void MessageBodies::join() {
     plainText_ = std::move(text);
     return;
   }
-  std::string plainText;
-  const std::size_t before = joinPlainText(plainText);
-  if (htmlOwner_) {
-    htmlOwner_->ensureJoined();
-    html_ = std::move(htmlOwner_->html_);
-    htmlOwner_->plainText_.reset();
+  // Nothing is given up before all is made: memory may run out.
+  const bool isOne = pieces_.size() == 1 && !pieces_.front().attached;
+  std::string several;
+  std::string& plainText = isOne ? pieces_.front().text : several;
+  std::size_t before = 0;
+  if (!isOne) {
+    before = joinPlainText(several);
+  } else if (plainBeforeHTML_) {
+    before = plainBeforeHTML_->bytes;  // 0 if that was before the piece, too
   }
+  std::optional<std::string> joinedHTML;
   if (plainBeforeHTML_) {
-    std::string joined;
-    joined.reserve(before + kSeparator.size() + html_->size());
-    joined.append(plainText, 0, before);
-    appendAfterSeparator(joined, *html_);
-    html_ = std::move(joined);
+    const std::string& last = htmlOwner_ ? *htmlOwner_->html() : *html_;
+    joinedHTML.emplace();
+    joinedHTML->reserve(before + kSeparator.size() + last.size());
+    joinedHTML->append(plainText, 0, before);
+    appendAfterSeparator(*joinedHTML, last);
+  } else if (htmlOwner_) {
+    htmlOwner_->ensureJoined();
+    joinedHTML = std::move(htmlOwner_->html_);
   }
+  if (joinedHTML) html_ = std::move(joinedHTML);
   if (isPlainTaken_) plainText_ = std::move(plainText);
+  pieces_.clear();
+  if (!htmlOwner_) return;
+  htmlOwner_->plainText_.reset();
+  htmlOwner_->html_.reset();
 }
 
 // Joins the pieces and returns how much of them stands before the HTML that
@@ -156,19 +168,17 @@ std::size_t MessageBodies::joinPlainText(std::string& joined) {
   for (const Piece& piece : pieces_) {
     size += kSeparator.size() + piece.plainText().size();
   }
-  if (pieces_.size() > 1) joined.reserve(size);
+  joined.reserve(size);
 
   std::size_t before = 0;
   for (std::size_t i = 0; i < pieces_.size(); ++i) {
-    Piece& piece = pieces_[i];
+    const Piece& piece = pieces_[i];
     const bool isFirst = joined.empty();
     const std::string_view text = piece.plainText();
     isPlainTaken_ |= !text.empty();
     if (!isFirst && !text.empty()) joined.append(kSeparator);
     const std::size_t start = joined.size();
-    if (pieces_.size() == 1 && !piece.attached) {
-      joined = std::move(piece.text);
-    } else if (isFirst && !piece.isSettled) {
+    if (isFirst && !piece.isSettled) {
       joined.append(text, 0, lengthWithoutNewlinesAtEnd(text));
     } else {
       joined.append(text);
@@ -177,7 +187,6 @@ std::size_t MessageBodies::joinPlainText(std::string& joined) {
       before =
           piece.isSettled ? start + plainBeforeHTML_->bytes : joined.size();
     }
-    piece = Piece();  // its room may be wanted for the rest
   }
   return before;
 }

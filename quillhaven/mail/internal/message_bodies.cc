@@ -132,53 +132,48 @@ void MessageBodies::join() {
     plainText_ = std::move(text);
     return;
   }
-  // Nothing is given up before all is made: memory may run out.
-  const bool isOne = pieces_.size() == 1 && !pieces_.front().attached;
-  std::string several;
-  std::string& plainText = isOne ? pieces_.front().text : several;
-  std::size_t before = 0;
-  if (!isOne) {
-    before = joinPlainText(several);
-  } else if (plainBeforeHTML_) {
-    before = plainBeforeHTML_->bytes;  // 0 if that was before the piece, too
+  // Memory may run out: pieces go when what they make is there, and what is
+  // there is not made again.
+  if (!sizeBeforeHTML_) {
+    joinPlainText();
+    if (htmlOwner_) htmlOwner_->plainText_.reset();
   }
-  std::optional<std::string> joinedHTML;
+  std::optional<std::string>& last = htmlOwner_ ? htmlOwner_->html_ : html_;
   if (plainBeforeHTML_) {
-    const std::string& last = htmlOwner_ ? *htmlOwner_->html() : *html_;
-    joinedHTML.emplace();
-    joinedHTML->reserve(before + kSeparator.size() + last.size());
-    joinedHTML->append(plainText, 0, before);
-    appendAfterSeparator(*joinedHTML, last);
+    std::string joined;
+    joined.reserve(*sizeBeforeHTML_ + kSeparator.size() + last->size());
+    if (plainText_) joined.append(*plainText_, 0, *sizeBeforeHTML_);
+    appendAfterSeparator(joined, *last);
+    last.reset();
+    html_ = std::move(joined);
   } else if (htmlOwner_) {
-    htmlOwner_->ensureJoined();
-    joinedHTML = std::move(htmlOwner_->html_);
+    html_ = std::move(last);
   }
-  if (joinedHTML) html_ = std::move(joinedHTML);
-  if (isPlainTaken_) plainText_ = std::move(plainText);
-  pieces_.clear();
-  if (!htmlOwner_) return;
-  htmlOwner_->plainText_.reset();
-  htmlOwner_->html_.reset();
 }
 
-// Joins the pieces and returns how much of them stands before the HTML that
+// Joins the pieces and tells how much of them stands before the HTML that
 // counts.
-std::size_t MessageBodies::joinPlainText(std::string& joined) {
+void MessageBodies::joinPlainText() {
+  if (htmlOwner_) htmlOwner_->ensureJoined();
   std::size_t size = 0;
   for (const Piece& piece : pieces_) {
     size += kSeparator.size() + piece.plainText().size();
   }
-  joined.reserve(size);
+  const bool isOne = pieces_.size() == 1 && !pieces_.front().attached;
+  std::string joined;
+  if (!isOne) joined.reserve(size);
 
   std::size_t before = 0;
   for (std::size_t i = 0; i < pieces_.size(); ++i) {
-    const Piece& piece = pieces_[i];
+    Piece& piece = pieces_[i];
     const bool isFirst = joined.empty();
     const std::string_view text = piece.plainText();
     isPlainTaken_ |= !text.empty();
     if (!isFirst && !text.empty()) joined.append(kSeparator);
     const std::size_t start = joined.size();
-    if (isFirst && !piece.isSettled) {
+    if (isOne) {
+      joined = std::move(piece.text);
+    } else if (isFirst && !piece.isSettled) {
       joined.append(text, 0, lengthWithoutNewlinesAtEnd(text));
     } else {
       joined.append(text);
@@ -188,7 +183,9 @@ std::size_t MessageBodies::joinPlainText(std::string& joined) {
           piece.isSettled ? start + plainBeforeHTML_->bytes : joined.size();
     }
   }
-  return before;
+  sizeBeforeHTML_ = before;
+  pieces_.clear();
+  if (isPlainTaken_) plainText_ = std::move(joined);
 }
 
 }  // namespace quillhaven::mail::internal

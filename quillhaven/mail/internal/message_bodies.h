@@ -72,7 +72,7 @@ class MessageBodies {
   void noteHTML();
   void ensureJoined();
   void join();
-  [[nodiscard]] std::size_t joinPlainText(std::string& joined);
+  void joinPlainText();
 
   std::vector<Piece> pieces_;
   bool isFilled_ = false;      // the plain text is certainly not empty
@@ -80,6 +80,7 @@ class MessageBodies {
   std::optional<std::string> html_;
   std::shared_ptr<MessageBodies> htmlOwner_;  // whose HTML counts, if not html_
   std::optional<Extent> plainBeforeHTML_;     // where HTML came before
+  std::optional<std::size_t> sizeBeforeHTML_;  // the same once that is joined
   std::optional<platform::StringEncoding> documentCharset_;
   std::size_t size_ = 0;  // of all texts taken
 
